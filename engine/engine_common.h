@@ -1,0 +1,52 @@
+// The engine's registry of subsystems and the host's hooks.
+//
+// A host fetches the single IEngineCommon with GetEngineCommonInterface(), installs its hooks with
+// SetHooks() before calling EngineMain(), and finds any subsystem by its version name with Find()
+// ("CommandSystemV1", "CVarV1", "FilesystemV1", "FontSystemV1", "InputSystemV1", "ModelMgrV1",
+// "TextureMgrV1", and "RendererV1" once the window exists).
+#pragma once
+
+#include "engine/api.h"
+
+class IEngineCommon;
+class RootPanel;
+
+typedef void (*EngineHookFn)(IEngineCommon* common);
+
+struct EngineHooks {
+    void (*start)(IEngineCommon*);  // once, after the UI exists and before the first frame
+    void (*frame)(IEngineCommon*);  // once per frame, after the command queue ran
+    void (*extra)(IEngineCommon*);  // never called by the engine; the host may call it
+};
+
+class IEngineCommon {
+public:
+    virtual ~IEngineCommon() {}
+    // Copies the three hook pointers; a null record is ignored.
+    virtual void SetHooks(const EngineHooks* hooks) = 0;
+    // The interface published under that exact, case-sensitive name, or null.
+    virtual void* Find(const char* versionName) = 0;
+    // Each calls its hook with this object, or does nothing when the hook is unset.
+    virtual void CallStartHook() = 0;
+    virtual void CallFrameHook() = 0;
+    virtual void CallExtraHook() = 0;
+};
+
+class EngineCommon : public IEngineCommon {
+public:
+    void SetHooks(const EngineHooks* hooks) override;
+    void* Find(const char* versionName) override;
+    void CallStartHook() override;
+    void CallFrameHook() override;
+    void CallExtraHook() override;
+
+    RootPanel* rootPanel = nullptr;  // stored by EngineMain just before the start hook runs
+    EngineHookFn startHook = nullptr;
+    EngineHookFn frameHook = nullptr;
+    EngineHookFn extraHook = nullptr;
+};
+
+extern "C" {
+// The address of the engine's single EngineCommon.
+VORMI_API IEngineCommon* GetEngineCommonInterface(void);
+}

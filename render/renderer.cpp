@@ -1,0 +1,136 @@
+#include "render/renderer.h"
+
+#include <cstring>
+
+#include "console/cvars.h"
+#include "engine/console_output.h"
+#include "engine/engine.h"
+
+std::vector<RendererFactory> availableRenderers;
+int32_t selectedRendererIndex = -1;
+int32_t rendererKind = kRendererUnknown;
+float g_viewportScale = 1.0f;
+
+static RendererFactoryNode* s_rendererFactoryHead = nullptr;
+
+RendererFactoryNode::RendererFactoryNode(const char* name, IRenderer* (*create)())
+    : factory{name, create}, next(s_rendererFactoryHead) {
+    s_rendererFactoryHead = this;
+}
+
+int32_t RendererKindFromName(const char* name) {
+    static const struct {
+        const char* name;
+        int32_t kind;
+    } kKinds[] = {
+        {"SDLRenderer", kRendererSDL},       {"GLRenderer", kRendererGL},
+        {"GLESRenderer", kRendererGLES},     {"DXRenderer", kRendererDX},
+        {"VulkanRenderer", kRendererVulkan},
+    };
+    for (const auto& entry : kKinds) {
+        if (std::strcmp(entry.name, name) == 0) {
+            return entry.kind;
+        }
+    }
+    return kRendererUnknown;
+}
+
+static int32_t FindAvailableRenderer(const std::string& name) {
+    for (size_t i = 0; i < availableRenderers.size(); ++i) {
+        if (name == availableRenderers[i].name) {
+            return static_cast<int32_t>(i);
+        }
+    }
+    return -1;
+}
+
+void SelectRenderer() {
+    availableRenderers.clear();
+    for (RendererFactoryNode* node = s_rendererFactoryHead; node; node = node->next) {
+        availableRenderers.push_back(node->factory);
+    }
+    ConMsg("Available renderers:\n");
+    for (const RendererFactory& factory : availableRenderers) {
+        ConMsg("-%s\n", factory.name);
+    }
+
+    selectedRendererIndex = -1;
+    const std::string requested = cv_renderer_type.value;
+    const int32_t index = FindAvailableRenderer(requested);
+    if (index >= 0) {
+        selectedRendererIndex = index;
+        ConMsg("Selected renderer: %s (ID %d)\n", availableRenderers[index].name, index);
+        rendererKind = RendererKindFromName(availableRenderers[index].name);
+        return;
+    }
+    ConMsg("Unknown renderer '%s'. Falling back to SDLRenderer.\n", requested.c_str());
+    cv_renderer_type.SetString("SDLRenderer");
+    rendererKind = kRendererSDL;
+    selectedRendererIndex = FindAvailableRenderer("SDLRenderer");
+}
+
+bool CreateSelectedRenderer() {
+    if (g_renderer) {
+        delete g_renderer;
+        g_renderer = nullptr;
+    }
+    if (selectedRendererIndex >= 0 &&
+        selectedRendererIndex < static_cast<int32_t>(availableRenderers.size()) &&
+        availableRenderers[selectedRendererIndex].create) {
+        g_renderer = availableRenderers[selectedRendererIndex].create();
+    }
+    if (!g_renderer) {
+        ConMsg("Falling back to SDLRenderer.\n");
+        g_renderer = NewSDLRenderer();
+        cv_renderer_type.SetString("SDLRenderer");
+        rendererKind = kRendererSDL;
+    }
+    return g_renderer != nullptr;
+}
+
+std::string SwitchRenderer() {
+    if (availableRenderers.empty()) {
+        return std::string();
+    }
+    ++selectedRendererIndex;
+    if (selectedRendererIndex < 0 || selectedRendererIndex >= static_cast<int32_t>(availableRenderers.size())) {
+        selectedRendererIndex = 0;
+    }
+    const char* name = availableRenderers[selectedRendererIndex].name;
+    cv_renderer_type.SetString(name);
+    return name;
+}
+
+void StoreViewportScale() {
+    cv_viewport_scale.SetFloat(g_viewportScale);
+}
+
+void UpdateViewportIfReady() {
+    if (g_window && g_rendererReady && g_renderer) {
+        g_renderer->UpdateViewportScale();
+    }
+}
+
+float ComputeViewportScale(int width, int height, float requested, bool noClamp, bool autoScaleOn) {
+    float scale = requested;
+    const float w = static_cast<float>(width);
+    const float h = static_cast<float>(height);
+    const float aspect = h != 0.0f ? w / h : 0.0f;
+    // Fit a 640x480 base: by height for wide windows, by width for windows taller than 4:3.
+    float autoScale = h / 480.0f;
+    if (aspect < 1.3333334f) {
+        autoScale = w / 640.0f;
+    }
+    const float capped = autoScale < 1.0f ? autoScale : 1.0f;
+    if (!noClamp) {
+        if (capped * 0.5f > scale) {
+            scale = capped * 0.5f;
+        } else {
+            scale = autoScale < scale ? autoScale : scale;
+        }
+    }
+    if (autoScaleOn) {
+        scale = autoScale;
+    }
+    return scale;
+}
