@@ -1,0 +1,62 @@
+// The top of the interface tree. The root owns five layers that stack the interface in fixed bands
+// (HUD at the back, tool overlays at the front); application panels go on a layer, never on the root.
+// Its update also handles the global keys (console, menus, paste) and decides whether the game gets
+// the mouse in relative mode.
+#pragma once
+
+#include <cstdint>
+
+#include "engine/api.h"
+#include "ui/panel.h"
+
+// Layer ids, one bit each.
+enum LayerId : int32_t {
+    kLayerHUD = 1,
+    kLayerGameUI = 2,
+    kLayerMenus = 4,
+    kLayerTools = 8,
+    kLayerToolsOverlay = 16,
+};
+
+// A full-size band of the interface. A pass-through layer takes the mouse only where one of its
+// children is under it; pressing a layer raises it within its band.
+class VORMI_API LayerPanel : public Panel {
+public:
+    explicit LayerPanel(std::string name);
+    void Update() override;
+    void OnMousePressed() override;
+    void OnChildRaised(int32_t index) override;
+
+    bool passThrough = true;
+    bool raiseRequested = false;
+};
+
+class VORMI_API RootPanel : public Panel {
+public:
+    explicit RootPanel(std::string name);
+    void Update() override;
+
+    // Null for anything but 1, 2, 4, 8 or 16.
+    virtual LayerPanel* GetLayer(int32_t id);
+    // The three below do nothing when the id names no layer.
+    virtual void ShowLayer(int32_t id);
+    virtual void HideLayer(int32_t id);
+    virtual void ToggleLayer(int32_t id);
+
+    LayerPanel* layerHUD = nullptr;
+    LayerPanel* layerGameUI = nullptr;
+    LayerPanel* layerMenus = nullptr;
+    LayerPanel* layerTools = nullptr;
+    LayerPanel* layerToolsOverlay = nullptr;
+};
+
+// The show/hide sequence every panel goes through: set visible; on show call OnShown when the parent
+// is visible; on hide give up focus.
+VORMI_API void ShowPanel(Panel* panel);
+VORMI_API void HidePanel(Panel* panel);
+VORMI_API void TogglePanel(Panel* panel);
+
+// Builds the root and its layers at start-up, sized to the window in UI units; stores g_rootPanel.
+void CreateRootPanel();
+// Destroys the root and everything under it; clears g_rootPanel.
+void DestroyRootPanel();
