@@ -5,6 +5,7 @@
 #include "console/cvars.h"
 #include "engine/console_output.h"
 #include "engine/engine.h"
+#include "resources/font_system.h"
 
 std::vector<RendererFactory> availableRenderers;
 int32_t selectedRendererIndex = -1;
@@ -133,4 +134,14 @@ float ComputeViewportScale(int width, int height, float requested, bool noClamp,
         scale = autoScale;
     }
     return scale;
+}
+
+void IRenderer::DrawFontAtlas(int fontId) {
+    FontRecord* font = g_fontSystem->GetFont(fontId);
+    if (!font) {
+        return;
+    }
+    DrawTexture(font->atlas, 0, 0);
+    const Rect outline = {0, 0, font->atlas.width, font->atlas.height};
+    DrawRect(&outline, MakeColor(255, 0, 0, 255));
 }

@@ -1,0 +1,249 @@
+// vormi: the engine's host program. It loads libVormiEngine.so from its own directory at run time,
+// installs a start hook and a frame hook that carry out its options, and runs EngineMain.
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "console/cvar.h"
+#include "engine/engine_common.h"
+
+#ifndef VORMI_VERSION
+#define VORMI_VERSION "0.0.0"
+#endif
+
+namespace {
+
+const char* const kLibraryName = "libVormiEngine.so";
+
+typedef int (*EngineMainFn)(void);
+typedef IEngineCommon* (*GetEngineCommonFn)(void);
+typedef void (*ConMsgFn)(const char*, ...);
+typedef void (*CommandGlobalFn)(const char*);
+
+struct Options {
+    std::string workDir;
+    std::vector<std::string> execLines;
+    std::vector<std::string> setLines;
+    long frames = 0;  // 0: run until the user quits
+    bool stats = false;
+};
+
+struct Engine {
+    EngineMainFn engineMain = nullptr;
+    GetEngineCommonFn getEngineCommon = nullptr;
+    ConMsgFn conMsg = nullptr;
+    ConMsgFn sysErrorMsgBox = nullptr;
+    CommandGlobalFn commandGlobal = nullptr;
+};
+
+Options g_options;
+Engine g_engine;
+long g_framesRun = 0;
+bool g_quitQueued = false;
+std::vector<double> g_frameMs;
+std::chrono::steady_clock::time_point g_lastFrame;
+bool g_haveLastFrame = false;
+
+void PrintUsage(FILE* out) {
+    std::fprintf(out,
+                 "Usage: vormi [options]\n"
+                 "Runs the engine from the working directory, where the asset tree test/ lives.\n"
+                 "\n"
+                 "  -C DIR              change to DIR before starting\n"
+                 "  --exec LINE         queue a console command before the first frame (repeatable)\n"
+                 "  --set \"NAME VALUE\"  set a console variable at start (repeatable); settings read\n"
+                 "                      only at start-up, such as renderer_type, apply at the next start\n"
+                 "  --frames N          quit in an orderly way after N frames\n"
+                 "  --stats             print frame count, mean and median frame time and FPS at exit\n"
+                 "  --version           print the version and exit\n"
+                 "  --help              print this help and exit\n");
+}
+
+int UsageError(const char* what, const char* arg) {
+    std::fprintf(stderr, "vormi: %s%s%s\n", what, arg ? ": " : "", arg ? arg : "");
+    PrintUsage(stderr);
+    return 2;
+}
+
+// Returns -1 to go on, or the exit status.
+int ParseOptions(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        auto needValue = [&](const char* option) -> const char* {
+            if (i + 1 >= argc) {
+                return nullptr;
+            }
+            (void)option;
+            return argv[++i];
+        };
+        if (arg == "--help" || arg == "-h") {
+            PrintUsage(stdout);
+            return 0;
+        }
+        if (arg == "--version") {
+            std::printf("vormi %s\n", VORMI_VERSION);
+            return 0;
+        }
+        if (arg == "--stats") {
+            g_options.stats = true;
+            continue;
+        }
+        if (arg == "-C" || arg == "--exec" || arg == "--set" || arg == "--frames") {
+            const char* value = needValue(arg.c_str());
+            if (!value) {
+                return UsageError("missing value for option", arg.c_str());
+            }
+            if (arg == "-C") {
+                g_options.workDir = value;
+            } else if (arg == "--exec") {
+                g_options.execLines.push_back(value);
+            } else if (arg == "--set") {
+                g_options.setLines.push_back(value);
+            } else {
+                char* end = nullptr;
+                errno = 0;
+                const long n = std::strtol(value, &end, 10);
+                if (errno != 0 || end == value || *end != '\0' || n <= 0 || n > INT_MAX) {
+                    return UsageError("--frames needs a positive whole number", value);
+                }
+                g_options.frames = n;
+            }
+            continue;
+        }
+        return UsageError("unknown option", arg.c_str());
+    }
+    return -1;
+}
+
+std::string OwnDirectory() {
+    char path[PATH_MAX];
+    const ssize_t n = readlink("/proc/self/exe", path, sizeof(path) - 1);
+    if (n <= 0) {
+        return ".";
+    }
+    path[n] = '\0';
+    std::string dir(path);
+    const size_t slash = dir.rfind('/');
+    return slash == std::string::npos ? std::string(".") : dir.substr(0, slash);
+}
+
+bool LoadEngine(const std::string& libraryPath) {
+    void* library = dlopen(libraryPath.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!library) {
+        std::fprintf(stderr, "vormi: cannot load %s: %s\n", libraryPath.c_str(), dlerror());
+        return false;
+    }
+    struct Export {
+        const char* name;
+        void** slot;
+    } exports[] = {
+        {"EngineMain", reinterpret_cast<void**>(&g_engine.engineMain)},
+        {"GetEngineCommonInterface", reinterpret_cast<void**>(&g_engine.getEngineCommon)},
+        {"ConMsg", reinterpret_cast<void**>(&g_engine.conMsg)},
+        {"SysErrorMsgBox", reinterpret_cast<void**>(&g_engine.sysErrorMsgBox)},
+        {"CommandGlobal", reinterpret_cast<void**>(&g_engine.commandGlobal)},
+    };
+    for (const Export& e : exports) {
+        dlerror();
+        *e.slot = dlsym(library, e.name);
+        if (!*e.slot) {
+            std::fprintf(stderr, "vormi: cannot load %s: it does not export %s\n", libraryPath.c_str(), e.name);
+            return false;
+        }
+    }
+    return true;
+}
+
+void StartHook(IEngineCommon* common) {
+    for (const std::string& line : g_options.execLines) {
+        g_engine.commandGlobal(line.c_str());
+    }
+    if (g_options.setLines.empty()) {
+        return;
+    }
+    ICVarInterface* cvars = static_cast<ICVarInterface*>(common->Find("CVarV1"));
+    for (const std::string& line : g_options.setLines) {
+        if (!cvars) {
+            g_engine.conMsg("vormi: --set %s: the console variable store is unavailable\n", line.c_str());
+            continue;
+        }
+        if (!cvars->ParseLine(line)) {
+            const size_t start = line.find_first_not_of(" \t");
+            const std::string name = start == std::string::npos ? std::string()
+                                                                : line.substr(start, line.find_first_of(" \t", start) - start);
+            g_engine.conMsg("vormi: --set: unknown console variable '%s'\n", name.c_str());
+        }
+    }
+}
+
+void FrameHook(IEngineCommon*) {
+    ++g_framesRun;
+    if (g_options.stats) {
+        const auto now = std::chrono::steady_clock::now();
+        if (g_haveLastFrame) {
+            g_frameMs.push_back(std::chrono::duration<double, std::milli>(now - g_lastFrame).count());
+        }
+        g_lastFrame = now;
+        g_haveLastFrame = true;
+    }
+    if (g_options.frames > 0 && g_framesRun >= g_options.frames && !g_quitQueued) {
+        g_engine.commandGlobal("quit");
+        g_quitQueued = true;
+    }
+}
+
+void PrintStats() {
+    if (g_frameMs.empty()) {
+        std::printf("stats: frames=%ld (too few to time)\n", g_framesRun);
+        return;
+    }
+    double sum = 0.0;
+    for (double ms : g_frameMs) {
+        sum += ms;
+    }
+    const double mean = sum / static_cast<double>(g_frameMs.size());
+    std::vector<double> sorted = g_frameMs;
+    std::sort(sorted.begin(), sorted.end());
+    const size_t mid = sorted.size() / 2;
+    const double median = sorted.size() % 2 ? sorted[mid] : (sorted[mid - 1] + sorted[mid]) / 2.0;
+    std::printf("stats: frames=%ld mean_ms=%.3f median_ms=%.3f fps=%.1f\n", g_framesRun, mean, median,
+                mean > 0.0 ? 1000.0 / mean : 0.0);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const int parsed = ParseOptions(argc, argv);
+    if (parsed >= 0) {
+        return parsed;
+    }
+    // Resolve our own directory before -C changes what a relative argv[0] would mean.
+    const std::string libraryPath = OwnDirectory() + "/" + kLibraryName;
+    if (!g_options.workDir.empty() && chdir(g_options.workDir.c_str()) != 0) {
+        std::fprintf(stderr, "vormi: cannot change to %s: %s\n", g_options.workDir.c_str(), std::strerror(errno));
+        return 2;
+    }
+    if (!LoadEngine(libraryPath)) {
+        return 2;
+    }
+    if (g_options.stats) {
+        g_frameMs.reserve(1 << 16);
+    }
+    const EngineHooks hooks = {StartHook, FrameHook, nullptr};
+    g_engine.getEngineCommon()->SetHooks(&hooks);
+    const int result = g_engine.engineMain();
+    if (g_options.stats) {
+        PrintStats();
+    }
+    return result;
+}
