@@ -1,0 +1,230 @@
+#include "ui/root_panel.h"
+
+#include <SDL.h>
+
+#include <cmath>
+#include <utility>
+#include <vector>
+
+#include "engine/engine.h"
+#include "input/input_system.h"
+#include "render/renderer.h"
+
+static const int kScancodeV = 25;
+static const int kScancodeEscape = 41;
+static const int kScancodeAndroidBack = 270;
+static const int kScancodeLeftCtrl = 224;
+
+static const Color kMenusBackdrop = {80, 80, 80, 200};
+static const Color kRootBackground = {128, 128, 128, 255};
+
+LayerPanel::LayerPanel(std::string layerName) : Panel(std::move(layerName)) {
+    x = 0;
+    y = 0;
+    width = 640;
+    height = 480;
+    drawBackground = false;
+}
+
+void LayerPanel::Update() {
+    // A layer in front that took the mouse already owns it this frame.
+    const bool frontTookMouse = parent && parent->childHovered;
+    Panel::Update();
+    if (!parent) {
+        return;
+    }
+    width = parent->width;
+    height = parent->height;
+    // A pass-through layer claims the mouse only where one of its children is under it.
+    if (!frontTookMouse && passThrough) {
+        parent->childHovered = childHovered;
+    }
+    if (raiseRequested && childHovered) {
+        BringToFront();
+    }
+    raiseRequested = false;
+}
+
+void LayerPanel::OnMousePressed() {
+    pressed = true;
+    if (enabled) {
+        raiseRequested = true;
+    }
+}
+
+// Distinct zpos values keep the layers in their bands, so raising never reorders them.
+void LayerPanel::OnChildRaised(int32_t) {
+    BringToFront();
+}
+
+void ShowPanel(Panel* panel) {
+    panel->visible = true;
+    if (panel->parent && panel->parent->visible) {
+        panel->OnShown();
+    }
+}
+
+void HidePanel(Panel* panel) {
+    panel->visible = false;
+    if (panel->focused) {
+        panel->Unfocus();
+    }
+}
+
+void TogglePanel(Panel* panel) {
+    if (panel->visible) {
+        HidePanel(panel);
+    } else {
+        ShowPanel(panel);
+    }
+}
+
+// Each layer goes on the root in creation order and is sorted into its band by its zpos.
+static LayerPanel* AddLayer(RootPanel* root, const char* name, int32_t zpos) {
+    LayerPanel* layer = new LayerPanel(name);
+    layer->SetParent(root);
+    layer->SetZPos(zpos);
+    layer->visible = true;
+    if (root->visible) {
+        layer->OnShown();
+    }
+    return layer;
+}
+
+RootPanel::RootPanel(std::string rootName) : Panel(std::move(rootName)) {
+    layerHUD = AddLayer(this, "layerHUD", -100);
+    layerHUD->enabled = false;
+
+    layerGameUI = AddLayer(this, "layerGameUI", -200);
+
+    layerMenus = AddLayer(this, "layerMenus", -300);
+    layerMenus->drawBackground = true;
+    layerMenus->backgroundColor = kMenusBackdrop;
+    // The menus block everything behind them.
+    layerMenus->passThrough = false;
+
+    layerTools = AddLayer(this, "layerTools", -400);
+
+    layerToolsOverlay = AddLayer(this, "layerToolsOverlay", -1000);
+    layerToolsOverlay->enabled = false;
+}
+
+LayerPanel* RootPanel::GetLayer(int32_t id) {
+    switch (id) {
+    case kLayerHUD:
+        return layerHUD;
+    case kLayerGameUI:
+        return layerGameUI;
+    case kLayerMenus:
+        return layerMenus;
+    case kLayerTools:
+        return layerTools;
+    case kLayerToolsOverlay:
+        return layerToolsOverlay;
+    default:
+        return nullptr;
+    }
+}
+
+void RootPanel::ShowLayer(int32_t id) {
+    if (LayerPanel* layer = GetLayer(id)) {
+        ShowPanel(layer);
+    }
+}
+
+void RootPanel::HideLayer(int32_t id) {
+    if (LayerPanel* layer = GetLayer(id)) {
+        HidePanel(layer);
+    }
+}
+
+void RootPanel::ToggleLayer(int32_t id) {
+    if (LayerPanel* layer = GetLayer(id)) {
+        TogglePanel(layer);
+    }
+}
+
+// Pasted text reaches the focused text box as if typed: plain bytes, '?' for anything outside ASCII.
+static void PasteClipboard(std::string& textInput) {
+    if (!SDL_HasClipboardText()) {
+        return;
+    }
+    char* text = SDL_GetClipboardText();
+    if (!text) {
+        return;
+    }
+    for (const char* p = text; *p; ++p) {
+        const unsigned char c = static_cast<unsigned char>(*p);
+        textInput.push_back(c >= 128 ? '?' : static_cast<char>(c));
+    }
+    SDL_free(text);
+}
+
+void RootPanel::Update() {
+    Panel::Update();
+
+    InputSystem* input = g_inputSystem;
+    if (input->keysPressedNoRepeat[kScancodeEscape] || input->keysPressedNoRepeat[kScancodeAndroidBack]) {
+        ToggleLayer(kLayerMenus);
+    }
+    if (input->keysPressedNoRepeat[kScancodeV] && input->keysHeld[kScancodeLeftCtrl] && input->wantTextInput) {
+        PasteClipboard(input->textInput);
+    }
+
+    // The game takes the mouse only while no interface wants it.
+    const bool interfaceIdle = layerGameUI->visibleChildCount == 0 && layerTools->visibleChildCount == 0 &&
+                               !layerMenus->visible;
+    input->SetRelativeMouse(interfaceIdle);
+}
+
+// Window pixels to UI units, truncated; an unusable scale leaves the pixels as they are.
+static int32_t ToUiUnits(int32_t pixels) {
+    if (!(g_viewportScale > 0.0f)) {
+        return pixels;
+    }
+    const float units = static_cast<float>(pixels) / g_viewportScale;
+    if (!std::isfinite(units) || std::fabs(units) >= 2147483520.0f) {
+        return pixels;
+    }
+    return static_cast<int32_t>(units);
+}
+
+void CreateRootPanel() {
+    RootPanel* root = new RootPanel("root");
+    g_rootPanel = root;
+    root->x = 0;
+    root->y = 0;
+    root->width = ToUiUnits(g_windowWidth);
+    root->height = ToUiUnits(g_windowHeight);
+    root->OnResized();
+    root->backgroundColor = kRootBackground;
+    root->drawBackground = false;
+}
+
+void DestroyRootPanel() {
+    RootPanel* root = g_rootPanel;
+    if (!root) {
+        return;
+    }
+    if (root->parent) {
+        HidePanel(root);
+        root->parent->RemoveChild(root);
+    }
+    // Children attached since the last update are only on the working list.
+    const std::vector<Panel*>& list = root->childrenDirty ? root->pendingChildren : root->children;
+    std::vector<Panel*> removed;
+    for (Panel* child : list) {
+        if (child) {
+            removed.push_back(child);
+        }
+    }
+    for (Panel* child : removed) {
+        root->RemoveChild(child);
+    }
+    // Removed panels belong to us now; free them while the root their parent pointer names still exists.
+    for (Panel* child : removed) {
+        child->Destroy();
+    }
+    root->Destroy();
+    g_rootPanel = nullptr;
+}
