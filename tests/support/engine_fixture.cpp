@@ -1,0 +1,129 @@
+#include "support/engine_fixture.h"
+
+#include <SDL.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "console/command_system.h"
+#include "engine/engine.h"
+#include "engine/engine_common.h"
+
+namespace fs = std::filesystem;
+
+TempWorkDir::TempWorkDir() {
+    char cwd[4096];
+    oldCwd_ = getcwd(cwd, sizeof(cwd)) ? cwd : ".";
+    std::string pattern = (fs::temp_directory_path() / "vormi-test-XXXXXX").string();
+    if (!mkdtemp(pattern.data())) {
+        std::abort();
+    }
+    path_ = pattern;
+    fs::copy(fs::path(VORMI_SOURCE_DIR) / "test", fs::path(path_) / "test", fs::copy_options::recursive);
+    std::error_code ignored;
+    fs::remove(fs::path(path_) / "test/scripts/cvars.txt", ignored);
+    fs::remove(fs::path(path_) / "test/scripts/cvars.txt.tmp", ignored);
+    fs::create_directories(fs::path(path_) / "test/scripts");
+    if (chdir(path_.c_str()) != 0) {
+        std::abort();
+    }
+}
+
+TempWorkDir::~TempWorkDir() {
+    if (chdir(oldCwd_.c_str()) != 0) {
+        return;
+    }
+    std::error_code ignored;
+    // Put back write permission a test may have taken away, so the copy can be removed.
+    fs::permissions(fs::path(path_) / "test/scripts", fs::perms::owner_all, fs::perm_options::add, ignored);
+    fs::remove_all(path_, ignored);
+}
+
+void TempWorkDir::WriteFile(const std::string& relative, const std::string& contents) const {
+    const fs::path file = fs::path(path_) / relative;
+    fs::create_directories(file.parent_path());
+    std::ofstream out(file, std::ios::binary);
+    out << contents;
+}
+
+std::string TempWorkDir::ReadFile(const std::string& relative, bool* exists) const {
+    std::ifstream in(fs::path(path_) / relative, std::ios::binary);
+    if (exists) {
+        *exists = in.is_open();
+    }
+    std::ostringstream text;
+    text << in.rdbuf();
+    return in.is_open() ? text.str() : std::string();
+}
+
+static std::string s_captured;
+
+static void CaptureLog(void*, int, SDL_LogPriority, const char* message) {
+    s_captured += message;
+}
+
+LogCapture::LogCapture() {
+    s_captured.clear();
+    SDL_LogSetOutputFunction(CaptureLog, nullptr);
+}
+
+LogCapture::~LogCapture() {
+    SDL_LogSetOutputFunction(nullptr, nullptr);
+}
+
+const std::string& LogCapture::text() const {
+    return s_captured;
+}
+
+void LogCapture::Clear() {
+    s_captured.clear();
+}
+
+static std::function<void(int)> s_onFrame;
+static std::function<void()> s_onStart;
+static int s_frame = 0;
+static int s_maxFrames = 0;
+
+static void StartHook(IEngineCommon*) {
+    if (s_onStart) {
+        s_onStart();
+    }
+}
+
+static void FrameHook(IEngineCommon*) {
+    if (s_onFrame) {
+        s_onFrame(s_frame);
+    }
+    ++s_frame;
+    if (s_frame == s_maxFrames) {
+        CommandGlobal("quit");
+    }
+}
+
+EngineRunResult RunEngine(const std::function<void(int)>& onFrame, const std::function<void()>& onStart,
+                          int maxFrames) {
+    s_onFrame = onFrame;
+    s_onStart = onStart;
+    s_frame = 0;
+    s_maxFrames = maxFrames;
+    const EngineHooks hooks = {StartHook, FrameHook, nullptr};
+    GetEngineCommonInterface()->SetHooks(&hooks);
+    EngineRunResult result;
+    result.exitCode = EngineMain();
+    result.frames = s_frame;
+    const EngineHooks none = {nullptr, nullptr, nullptr};
+    GetEngineCommonInterface()->SetHooks(&none);
+    s_onFrame = nullptr;
+    s_onStart = nullptr;
+    return result;
+}
+
+size_t FindAfter(const std::string& haystack, const std::string& needle, size_t from) {
+    if (from == std::string::npos) {
+        return std::string::npos;
+    }
+    return haystack.find(needle, from);
+}
