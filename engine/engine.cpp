@@ -12,6 +12,7 @@
 #include "render/renderer.h"
 #include "resources/model_mgr.h"
 #include "resources/texture_mgr.h"
+#include "ui/root_panel.h"
 
 bool g_quit = false;
 SDL_Window* g_window = nullptr;
@@ -111,11 +112,14 @@ static void SampleFps() {
 
 static void RunFrame() {
     g_inputSystem->Update();
+    g_rootPanel->Update();
     if (cv_render_clear.intValue != 0) {
         g_renderer->SetDrawColor(128, 128, 128, 255);
         g_renderer->Clear();
     }
     g_renderer->Begin2D();
+    g_rootPanel->Draw();
+    g_rootPanel->DrawDebugOutline();
     g_renderer->Present();
     g_textureMgr->Collect();
     g_modelMgr->Collect();
@@ -126,6 +130,7 @@ static void RunFrame() {
 }
 
 static void Shutdown() {
+    DestroyRootPanel();
     g_textureMgr->Shutdown();
     g_modelMgr->Shutdown();
 
@@ -172,6 +177,7 @@ extern "C" VORMI_API int EngineMain(void) {
     g_textureMgr->Init();
     g_modelMgr->Init();
     g_inputSystem->Init();
+    CreateRootPanel();
 
     g_engineCommon->rootPanel = g_rootPanel;
     g_engineCommon->CallStartHook();
