@@ -1,7 +1,14 @@
 // The commands that act on panels. They live with the UI because they need its panel types.
 #pragma once
 
+#include <deque>
+
 struct CommandLine;
+class Panel;
+
+// The panels made by "test_create_panel" and "test_create_form", not owned; a panel leaves the list
+// when the tree frees it. A deque, because the tree frees them mostly in the order they were made.
+extern std::deque<Panel*> g_testPanels;
 
 void Cmd_ShowConsole(const CommandLine& line);
 void Cmd_ShowMainMenu(const CommandLine& line);

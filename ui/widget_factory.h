@@ -1,0 +1,10 @@
+// The widget factory of the panel scripts: a type name becomes a new widget named after its type.
+#pragma once
+
+#include <string>
+
+#include "ui/panel.h"
+
+// "Panel", "GrabBar", "ImagePanel", "Label", "Button" or "ToggleButton" (exact, case-sensitive); null
+// for any other name. The caller owns the result.
+Panel* CreateWidget(const std::string& typeName);
