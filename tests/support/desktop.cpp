@@ -215,7 +215,7 @@ bool Desktop::WindowGeometry(unsigned long window, int* x, int* y, int* w, int* 
 
 Image Desktop::Capture(unsigned long window) const {
     Image image;
-    const std::string data = Shell("import -silent -window " + std::to_string(window) + " ppm:- 2>/dev/null");
+    const std::string data = Shell("import -silent -window " + std::to_string(window) + " -depth 8 ppm:- 2>/dev/null");
     // Binary PPM: "P6\n<w> <h>\n<max>\n" then RGB bytes.
     std::istringstream header(data);
     std::string magic;

@@ -61,8 +61,11 @@ std::string TempWorkDir::ReadFile(const std::string& relative, bool* exists) con
 
 static std::string s_captured;
 
+// SDL drops one final newline of each message before handing it out; put it back so the capture
+// reads like the console.
 static void CaptureLog(void*, int, SDL_LogPriority, const char* message) {
     s_captured += message;
+    s_captured += '\n';
 }
 
 LogCapture::LogCapture() {

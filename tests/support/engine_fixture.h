@@ -25,7 +25,7 @@ private:
     std::string oldCwd_;
 };
 
-// Collects every SDL log message while it lives (ConMsg texts carry their own newlines).
+// Collects every SDL log message while it lives, one line per message.
 class LogCapture {
 public:
     LogCapture();
