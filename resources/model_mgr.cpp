@@ -352,6 +352,7 @@ void ModelMgr::UnloadAll() {
         UnloadModel(static_cast<int>(i));
     }
     models.clear();
+    collectCursor = 1;
 }
 
 void ModelMgr::Collect() {

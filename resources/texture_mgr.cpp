@@ -253,6 +253,7 @@ void TextureMgr::UnloadAll() {
         DestroyGpuObjects(texture);
     }
     textures.clear();
+    collectCursor = 1;
 }
 
 int TextureMgr::FindTexture(const std::string& name) {
