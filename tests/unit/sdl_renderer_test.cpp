@@ -179,7 +179,7 @@ TEST(ViewportScale, ClampAndAutoScaleFollowTheWindowShape) {
 }
 
 TEST_F(SDLRendererTest, RootLogicalSizeFollowsTheScaleAndEarlyChangesDoNothing) {
-    RootPanel root("root");
+    RootPanel& root = *new RootPanel("root");
     g_rootPanel = &root;
     SDL_SetWindowSize(g_window, 1920, 1080);
     cv_viewport_scale.SetString("0.1");  // renderer ready: recomputes at once
@@ -199,6 +199,7 @@ TEST_F(SDLRendererTest, RootLogicalSizeFollowsTheScaleAndEarlyChangesDoNothing) 
     EXPECT_EQ(root.width, 3840);
     g_rendererReady = true;
     g_rootPanel = nullptr;
+    root.Destroy();
 
     // Destroying a renderer stores the effective scale back, so a clamped value is what is saved.
     cv_viewport_scale.SetString("0.1");
