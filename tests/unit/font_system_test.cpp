@@ -166,8 +166,9 @@ TEST_F(Fonts, MeasureAndFitFollowGlyphWidths) {
     EXPECT_EQ(g_fontSystem->CharsThatFit("aWi", sans, 1000), 3);
     EXPECT_EQ(g_fontSystem->CharsThatFit("aWi", sans, -5), 0);
 
-    // Monospaced: whole cells.
+    // Monospaced: one whole cell per byte below 128, control bytes included.
     EXPECT_EQ(g_fontSystem->MeasureText("0123456789", mono).width, 10 * mono->cellWidth);
+    EXPECT_EQ(g_fontSystem->MeasureText("0\t1\xC3\xA9", mono).width, 3 * mono->cellWidth);
     EXPECT_EQ(g_fontSystem->CharsThatFit("0123456789", mono, mono->cellWidth * 7 / 2), 3);
     EXPECT_EQ(g_fontSystem->CharsThatFit("0123", mono, mono->cellWidth * 10), 4);
 }
