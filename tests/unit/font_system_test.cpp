@@ -40,8 +40,8 @@ class Fonts : public ::testing::Test {
 protected:
     void SetUp() override {
         SDL_SetHint(SDL_HINT_RENDER_DRIVER, "software");
-        // Keeps the window surface in memory: otherwise SDL backs it with a GL texture through EGL,
-        // whose libraries are unloaded at SDL_Quit and then show up as leaks of unknown modules.
+        // Keeps the window surface in plain memory rather than in a GL texture: no GL driver is
+        // loaded at all, and the read-back sees exactly what the software renderer drew.
         SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
         ASSERT_EQ(SDL_Init(SDL_INIT_VIDEO), 0) << SDL_GetError();
         ASSERT_EQ(TTF_Init(), 0);
