@@ -18,8 +18,6 @@
 #include "resources/texture_mgr.h"
 #include "support/engine_fixture.h"
 
-namespace fs = std::filesystem;
-
 namespace {
 
 uint64_t s_now = 0;
@@ -88,10 +86,6 @@ ModelFile Quad(const std::string& strings) {
     return file;
 }
 
-std::string Strings(const char* text, size_t length) {
-    return std::string(text, length);
-}
-
 std::string TextureBytes() {
     std::ifstream in(std::string(VORMI_SOURCE_DIR) + "/tests/data/rgb24.bmp", std::ios::binary);
     std::ostringstream bytes;
@@ -113,8 +107,6 @@ protected:
         g_renderer = NewSDLRenderer();
         ASSERT_TRUE(g_renderer && g_renderer->Init());
         dir.reset(new TempWorkDir());
-        fs::create_directories("test/tex");
-        fs::create_directories("test/models");
         s_now = 1000;
         g_resourceTicks = FakeTicks;
         ASSERT_TRUE(g_textureMgr->Init());
@@ -129,9 +121,7 @@ protected:
         dir.reset();
         delete g_renderer;
         g_renderer = nullptr;
-        if (g_window) {
-            SDL_DestroyWindow(g_window);
-        }
+        SDL_DestroyWindow(g_window);
         g_window = nullptr;
         SDL_Quit();
     }
@@ -142,32 +132,10 @@ protected:
     std::unique_ptr<TempWorkDir> dir;
 };
 
-TEST_F(ModelMgrTest, FallbackIsOneTriangleOnTheFallbackTexture) {
-    const ModelRecord* fallback = g_modelMgr->GetModel(0);
-    ASSERT_NE(fallback, nullptr);
-    EXPECT_EQ(fallback->name, "missing_model");
-    ASSERT_EQ(fallback->vertices.size(), 3u);
-    EXPECT_EQ(fallback->vertices[1].px, 1.0f);
-    EXPECT_EQ(fallback->vertices[1].u, 1.0f);
-    EXPECT_EQ(fallback->vertices[2].py, 1.0f);
-    EXPECT_EQ(fallback->vertices[2].v, 1.0f);
-    EXPECT_EQ(fallback->vertices[0].nz, 1.0f);
-    EXPECT_EQ(fallback->indices, (std::vector<uint32_t>{0, 1, 2}));
-    ASSERT_EQ(fallback->sections.size(), 1u);
-    EXPECT_EQ(fallback->sections[0].indexCount, 3u);
-    EXPECT_EQ(fallback->textureNames, (std::vector<std::string>{"missing"}));
-    EXPECT_EQ(fallback->textureHandles, (std::vector<int>{0}));
-    EXPECT_TRUE(fallback->persistent);
-    EXPECT_FALSE(fallback->uploaded);
-    EXPECT_EQ(g_textureMgr->GetTexture(0)->refCount, 0);
-    EXPECT_EQ(g_modelMgr->GetModel(-1), nullptr);
-    EXPECT_EQ(g_modelMgr->GetModel(1), nullptr);
-}
-
 TEST_F(ModelMgrTest, LoadsGeometryAndKeepsCpuArraysUnderSdl) {
     WriteTexture("a.bmp");
     WriteTexture("b.bmp");
-    const ModelFile file = Quad(Strings("a.bmp\0\0b.bmp", 12));
+    const ModelFile file = Quad(std::string("a.bmp\0\0b.bmp", 12));
     WriteModel("quad.vmdl", file.Build());
 
     const int handle = g_modelMgr->LoadModel("quad.vmdl");
@@ -178,25 +146,19 @@ TEST_F(ModelMgrTest, LoadsGeometryAndKeepsCpuArraysUnderSdl) {
     EXPECT_EQ(std::memcmp(model->vertices.data(), file.vertices.data(), 4 * sizeof(ModelVertex)), 0);
     EXPECT_EQ(model->indices, file.indices);
     ASSERT_EQ(model->sections.size(), 2u);
-    EXPECT_EQ(model->sections[1].textureIndex, 1);
-    EXPECT_EQ(model->sections[1].firstIndex, 3u);
-    EXPECT_EQ(model->sections[1].indexCount, 3u);
+    EXPECT_EQ(std::memcmp(model->sections.data(), file.sections.data(), 2 * sizeof(ModelSection)), 0);
     EXPECT_EQ(model->textureNames, (std::vector<std::string>{"a.bmp", "b.bmp"}));
-    ASSERT_EQ(model->textureHandles.size(), 2u);
     const int a = g_textureMgr->FindTexture("a.bmp");
     const int b = g_textureMgr->FindTexture("b.bmp");
-    ASSERT_GE(a, 1);
-    ASSERT_GE(b, 1);
+    ASSERT_TRUE(a >= 1 && b >= 1);
     EXPECT_EQ(model->textureHandles, (std::vector<int>{a, b}));
     EXPECT_EQ(g_textureMgr->GetTexture(a)->refCount, 1);
     EXPECT_EQ(model->vertexBuffer, 0u);
     EXPECT_EQ(model->indexBuffer, 0u);
     EXPECT_FALSE(model->uploaded);
-    EXPECT_EQ(model->refCount, 0);
-    EXPECT_FALSE(model->persistent);
 
     // With the file gone only the cache can answer, and it takes no further texture references.
-    fs::remove("test/models/quad.vmdl");
+    std::filesystem::remove("test/models/quad.vmdl");
     EXPECT_EQ(g_modelMgr->LoadModel(".\\quad.vmdl"), handle);
     EXPECT_EQ(g_modelMgr->LoadModel("quad.vmdl"), handle);
     EXPECT_EQ(g_textureMgr->GetTexture(a)->refCount, 1);
@@ -208,7 +170,6 @@ TEST_F(ModelMgrTest, UnreadableFilesReportPathAndGiveFallback) {
     wrongMagic[3] = 'X';
     WriteModel("magic.vmdl", wrongMagic);
     WriteModel("tiny.vmdl", "VE");
-    WriteModel("empty.vmdl", "");
 
     const struct {
         const char* name;
@@ -217,7 +178,6 @@ TEST_F(ModelMgrTest, UnreadableFilesReportPathAndGiveFallback) {
         {"absent.vmdl", "Error: Could not open model file: ./test/models/absent.vmdl\n"},
         {"magic.vmdl", "Invalid model magic number: ./test/models/magic.vmdl\n"},
         {"tiny.vmdl", "Invalid model magic number: ./test/models/tiny.vmdl\n"},
-        {"empty.vmdl", "Invalid model magic number: ./test/models/empty.vmdl\n"},
     };
     for (const auto& c : cases) {
         g_consoleText.clear();
@@ -233,15 +193,13 @@ TEST_F(ModelMgrTest, UnreadableFilesReportPathAndGiveFallback) {
 TEST_F(ModelMgrTest, ModelsNamingOneTextureShareItsReferences) {
     WriteTexture("shared.bmp");
     WriteModel("one.vmdl", Quad("shared.bmp").Build());
-    WriteModel("two.vmdl", Quad(Strings("\0shared.bmp\0absent.bmp\0", 23)).Build());
+    WriteModel("two.vmdl", Quad(std::string("\0shared.bmp\0absent.bmp\0", 23)).Build());
     WriteModel("bare.vmdl", Quad("").Build());
 
     const int one = g_modelMgr->LoadModel("one.vmdl");
     const int two = g_modelMgr->LoadModel("two.vmdl");
     const int bare = g_modelMgr->LoadModel("bare.vmdl");
-    ASSERT_GE(one, 1);
-    ASSERT_GE(two, 1);
-    ASSERT_GE(bare, 1);
+    ASSERT_TRUE(one >= 1 && two >= 1 && bare >= 1);
     const int shared = g_textureMgr->FindTexture("shared.bmp");
     ASSERT_GE(shared, 1);
     const Texture* texture = g_textureMgr->GetTexture(shared);
@@ -250,7 +208,6 @@ TEST_F(ModelMgrTest, ModelsNamingOneTextureShareItsReferences) {
     // A missing texture is the fallback, which is never counted.
     EXPECT_EQ(g_modelMgr->GetModel(two)->textureHandles, (std::vector<int>{shared, 0}));
     EXPECT_EQ(g_textureMgr->GetTexture(0)->refCount, 0);
-    EXPECT_TRUE(g_modelMgr->GetModel(bare)->textureNames.empty());
     EXPECT_TRUE(g_modelMgr->GetModel(bare)->textureHandles.empty());
 
     g_modelMgr->UnloadModel(one);
@@ -258,8 +215,7 @@ TEST_F(ModelMgrTest, ModelsNamingOneTextureShareItsReferences) {
     EXPECT_EQ(texture->releaseTime, 0u);
     const ModelRecord* freed = g_modelMgr->GetModel(one);
     EXPECT_EQ(freed->name, "");
-    EXPECT_TRUE(freed->vertices.empty() && freed->indices.empty() && freed->sections.empty());
-    EXPECT_TRUE(freed->textureNames.empty() && freed->textureHandles.empty());
+    EXPECT_TRUE(freed->vertices.empty() && freed->sections.empty() && freed->textureHandles.empty());
 
     s_now = 5000;
     g_modelMgr->UnloadModel(two);
@@ -274,14 +230,13 @@ TEST_F(ModelMgrTest, HeldModelsAreCollectedAfterGracePeriod) {
     WriteModel("kept.vmdl", Quad("").Build());
 
     int holder = 0;
+    int other = 0;
     g_modelMgr->SetModel("held.vmdl", holder);
     ASSERT_GE(holder, 1);
     // Loads may grow the table, so the entry is looked up afresh each time.
     auto held = [&] { return g_modelMgr->GetModel(holder); };
-    EXPECT_EQ(held()->refCount, 1);
     g_modelMgr->SetModel("./held.vmdl", holder);
     EXPECT_EQ(held()->refCount, 1) << "the holder already had it";
-    int other = 0;
     g_modelMgr->SetModel("held.vmdl", other);
     EXPECT_EQ(held()->refCount, 2);
 
@@ -296,25 +251,24 @@ TEST_F(ModelMgrTest, HeldModelsAreCollectedAfterGracePeriod) {
     EXPECT_EQ(held()->releaseTime, 32000u);
 
     const int kept = g_modelMgr->LoadPersistentModel("kept.vmdl");
-    ASSERT_GE(kept, 1);
-    EXPECT_TRUE(g_modelMgr->GetModel(kept)->persistent);
     g_modelMgr->ReleaseModel(kept);
-
-    // Bad handles and the fallback are ignored.
-    g_modelMgr->ReleaseModel(0);
-    g_modelMgr->ReleaseModel(-1);
-    g_modelMgr->ReleaseModel(50);
-    g_modelMgr->UnloadModel(0);
-    g_modelMgr->UnloadModel(50);
-    EXPECT_EQ(g_modelMgr->GetModel(0)->refCount, 0);
-    EXPECT_EQ(g_modelMgr->GetModel(0)->vertices.size(), 3u);
+    // Bad handles and the fallback are ignored; the fallback is one triangle on the checker.
+    for (int handle : {0, -1, 50}) {
+        g_modelMgr->ReleaseModel(handle);
+        g_modelMgr->UnloadModel(handle);
+    }
+    const ModelRecord* fallback = g_modelMgr->GetModel(0);
+    EXPECT_EQ(fallback->name, "missing_model");
+    EXPECT_EQ(fallback->refCount, 0);
+    EXPECT_EQ(fallback->indices, (std::vector<uint32_t>{0, 1, 2}));
+    EXPECT_EQ(fallback->textureHandles, (std::vector<int>{0}));
+    EXPECT_EQ(g_modelMgr->GetModel(-1), nullptr);
 
     s_now = 31999;
     for (int i = 0; i < 6; ++i) {
         g_modelMgr->Collect();
     }
     EXPECT_EQ(held()->name, "held.vmdl");
-
     s_now = 32000;
     for (int i = 0; i < 2; ++i) {
         g_modelMgr->Collect();
@@ -407,7 +361,7 @@ TEST_F(ModelMgrTest, ArraysAreBoundedByTheFile) {
 }
 
 TEST_F(ModelMgrTest, MalformedFilesNeverCrash) {
-    const std::string base = Quad(Strings("a.bmp\0b.bmp", 11)).Build();
+    const std::string base = Quad(std::string("a.bmp\0b.bmp", 11)).Build();
     // Offsets into both headers of every field the loader reads.
     const size_t fields[] = {44, 52, 56, kMeshAt + 36, kMeshAt + 40, kMeshAt + 44,
                              kMeshAt + 48, kMeshAt + 52, kMeshAt + 56};
@@ -436,13 +390,10 @@ TEST_F(ModelMgrTest, MalformedFilesNeverCrash) {
         }
         const std::string name = "fuzz" + std::to_string(round) + ".vmdl";
         WriteModel(name, bytes);
+        // The magic is never touched, so every file loads as something.
         const int handle = g_modelMgr->LoadModel(name);
-        ASSERT_GE(handle, 0);
+        ASSERT_GE(handle, 1) << "round " << round;
         const ModelRecord* model = g_modelMgr->GetModel(handle);
-        ASSERT_NE(model, nullptr);
-        if (handle == 0) {
-            continue;
-        }
         EXPECT_LE(model->vertices.size() * sizeof(ModelVertex), bytes.size()) << "round " << round;
         EXPECT_LE(model->indices.size() * sizeof(uint32_t), bytes.size()) << "round " << round;
         EXPECT_LE(model->sections.size() * sizeof(ModelSection), bytes.size()) << "round " << round;
