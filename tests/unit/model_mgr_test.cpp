@@ -365,7 +365,7 @@ TEST_F(ModelMgrTest, MalformedFilesNeverCrash) {
     // Offsets into both headers of every field the loader reads.
     const size_t fields[] = {44, 52, 56, kMeshAt + 36, kMeshAt + 40, kMeshAt + 44,
                              kMeshAt + 48, kMeshAt + 52, kMeshAt + 56};
-    const int32_t specials[] = {0, 1, -1, INT_MIN, INT_MAX, static_cast<int32_t>(base.size()),
+    const int32_t edgeValues[] = {0, 1, -1, INT_MIN, INT_MAX, static_cast<int32_t>(base.size()),
                                 static_cast<int32_t>(base.size()) - 1, 0x10000000};
     std::mt19937 random(20240611u);
 
@@ -375,7 +375,7 @@ TEST_F(ModelMgrTest, MalformedFilesNeverCrash) {
         for (int e = 0; e < edits; ++e) {
             switch (random() % 4) {
             case 0:
-                PutI32(bytes, fields[random() % 9], specials[random() % 8]);
+                PutI32(bytes, fields[random() % 9], edgeValues[random() % 8]);
                 break;
             case 1:
                 PutI32(bytes, fields[random() % 9], static_cast<int32_t>(random()));

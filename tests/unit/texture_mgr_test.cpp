@@ -130,7 +130,7 @@ TEST_F(TextureMgrTest, UnreadableFilesWarnWithPathAndGiveFallback) {
     const std::string rgb = Fixture("rgb24.bmp");
     WriteTexture("truncated.bmp", rgb.substr(0, rgb.size() - 10));
     WriteTexture("renamed.bmp", Fixture("png_renamed.bmp"));
-    WriteTexture("stub.bmp", rgb.substr(0, 20));
+    WriteTexture("header_only.bmp", rgb.substr(0, 20));
     // Headers that promise far more pixels than the file holds are refused before SDL allocates.
     std::string huge = rgb;
     huge[18] = huge[19] = huge[20] = 0x7F;
@@ -139,7 +139,8 @@ TEST_F(TextureMgrTest, UnreadableFilesWarnWithPathAndGiveFallback) {
     wide[19] = 0x20;
     WriteTexture("wide.bmp", wide);
 
-    for (const char* name : {"nope.bmp", "truncated.bmp", "renamed.bmp", "stub.bmp", "huge.bmp", "wide.bmp"}) {
+    for (const char* name :
+         {"nope.bmp", "truncated.bmp", "renamed.bmp", "header_only.bmp", "huge.bmp", "wide.bmp"}) {
         g_consoleText.clear();
         EXPECT_EQ(g_textureMgr->LoadTexture(name), 0) << name;
         EXPECT_EQ(g_consoleText, std::string("Warning: Failed to load texture: ./test/tex/") + name + "\n");
