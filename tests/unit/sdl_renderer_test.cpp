@@ -32,6 +32,8 @@ protected:
     void SetUp() override {
         ASSERT_EQ(SDL_Init(SDL_INIT_VIDEO), 0) << SDL_GetError();
         SDL_SetHint(SDL_HINT_RENDER_DRIVER, "software");
+        // Keep the window surface in memory: no GL driver is loaded behind it.
+        SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
         // 640x480 is the base size, where the viewport scale is exactly 1.
         g_window = SDL_CreateWindow("test", 0, 0, 640, 480, SDL_WINDOW_HIDDEN);
         ASSERT_NE(g_window, nullptr) << SDL_GetError();
