@@ -52,9 +52,9 @@ public:
 
 // The show/hide sequence every panel goes through: set visible; on show call OnShown when the parent
 // is visible; on hide give up focus.
-VORMI_API void ShowPanel(Panel* panel);
-VORMI_API void HidePanel(Panel* panel);
-VORMI_API void TogglePanel(Panel* panel);
+void ShowPanel(Panel* panel);
+void HidePanel(Panel* panel);
+void TogglePanel(Panel* panel);
 
 // Builds the root and its layers at start-up, sized to the window in UI units; stores g_rootPanel.
 void CreateRootPanel();

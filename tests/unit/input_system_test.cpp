@@ -6,7 +6,6 @@
 #include <cstring>
 #include <string>
 
-#include "console/cvars.h"
 #include "engine/engine.h"
 #include "input/input_system.h"
 #include "render/renderer.h"
@@ -16,18 +15,12 @@
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 static_assert(offsetof(InputSystem, wantTextInput) == sizeof(void*), "flags follow the vtable pointer");
-static_assert(offsetof(InputSystem, textInputCancel) == sizeof(void*) + 1, "textInputCancel second");
-static_assert(offsetof(InputSystem, keysHeld) == sizeof(void*) + 2, "key arrays packed after the flags");
-static_assert(offsetof(InputSystem, keysPressed) == offsetof(InputSystem, keysHeld) + 512, "512 scancodes");
-static_assert(offsetof(InputSystem, keysPressedNoRepeat) == offsetof(InputSystem, keysPressed) + 512, "512 scancodes");
-static_assert(offsetof(InputSystem, mouseButtons) == (offsetof(InputSystem, keysPressedNoRepeat) + 512 + 3) / 4 * 4,
-              "button mask aligned after the arrays");
-static_assert(offsetof(InputSystem, mouseX) == offsetof(InputSystem, mouseButtons) + 4, "mouse position");
-static_assert(offsetof(InputSystem, mouseDeltaX) == offsetof(InputSystem, mouseX) + 8, "mouse motion");
-static_assert(offsetof(InputSystem, mouseWheel) == offsetof(InputSystem, mouseDeltaX) + 8, "wheel after motion");
+static_assert(offsetof(InputSystem, keysHeld) == sizeof(void*) + 2, "key arrays packed after the two flags");
+static_assert(offsetof(InputSystem, keysPressedNoRepeat) == offsetof(InputSystem, keysHeld) + 1024, "512 each");
+static_assert(offsetof(InputSystem, mouseButtons) == (offsetof(InputSystem, keysHeld) + 1536 + 3) / 4 * 4, "mask");
+static_assert(offsetof(InputSystem, mouseWheel) == offsetof(InputSystem, mouseButtons) + 20, "mouse fields in order");
 static_assert(offsetof(InputSystem, textInput) % alignof(std::string) == 0 &&
-                  offsetof(InputSystem, textInput) > offsetof(InputSystem, mouseWheel) &&
-                  offsetof(InputSystem, textInput) <= offsetof(InputSystem, mouseWheel) + 4 + alignof(std::string),
+                  offsetof(InputSystem, textInput) < offsetof(InputSystem, mouseWheel) + 4 + alignof(std::string),
               "typed text last");
 #pragma GCC diagnostic pop
 
@@ -39,185 +32,107 @@ protected:
         ASSERT_EQ(0, SDL_Init(SDL_INIT_VIDEO)) << SDL_GetError();
         window_ = SDL_CreateWindow("input", 0, 0, 640, 480, 0);
         ASSERT_NE(nullptr, window_) << SDL_GetError();
-        *g_inputSystem = InputSystem();
-        g_viewportScale = 1.0f;
-        g_quit = false;
         g_inputSystem->Init();
-        input_ = g_inputSystem;
     }
     void TearDown() override {
-        *g_inputSystem = InputSystem();
-        g_viewportScale = 1.0f;
-        g_quit = false;
-        if (window_) {
-            SDL_DestroyWindow(window_);
-        }
+        SDL_DestroyWindow(window_);
         SDL_Quit();
     }
-
-    static void PushKey(Uint32 type, SDL_Scancode scancode, Uint8 repeat) {
-        SDL_Event event = {};
-        event.type = type;
-        event.key.state = type == SDL_KEYDOWN ? SDL_PRESSED : SDL_RELEASED;
-        event.key.repeat = repeat;
-        event.key.keysym.scancode = scancode;
-        ASSERT_EQ(1, SDL_PushEvent(&event)) << SDL_GetError();
-    }
-    static void PushText(const char* text) {
-        SDL_Event event = {};
-        event.type = SDL_TEXTINPUT;
-        std::strncpy(event.text.text, text, sizeof(event.text.text) - 1);
-        ASSERT_EQ(1, SDL_PushEvent(&event)) << SDL_GetError();
-    }
-    static void PushWheel(Sint32 y) {
-        SDL_Event event = {};
-        event.type = SDL_MOUSEWHEEL;
-        event.wheel.y = y;
-        ASSERT_EQ(1, SDL_PushEvent(&event)) << SDL_GetError();
-    }
-    static void PushMotion(Sint32 xrel, Sint32 yrel) {
-        SDL_Event event = {};
-        event.type = SDL_MOUSEMOTION;
-        event.motion.xrel = xrel;
-        event.motion.yrel = yrel;
-        ASSERT_EQ(1, SDL_PushEvent(&event)) << SDL_GetError();
-    }
-    static void PushWindowEvent(Uint8 windowEvent) {
-        SDL_Event event = {};
-        event.type = SDL_WINDOWEVENT;
-        event.window.event = windowEvent;
-        event.window.data1 = 800;
-        event.window.data2 = 600;
-        ASSERT_EQ(1, SDL_PushEvent(&event)) << SDL_GetError();
+    static void Push(Uint32 type, int a = 0, int b = 0, const char* text = "") {
+        SDL_Event e = {};
+        e.type = type;
+        if (type == SDL_KEYDOWN || type == SDL_KEYUP) {
+            e.key.keysym.scancode = static_cast<SDL_Scancode>(a);
+            e.key.repeat = static_cast<Uint8>(b);
+        } else if (type == SDL_MOUSEWHEEL) {
+            e.wheel.y = a;
+        } else if (type == SDL_MOUSEMOTION) {
+            e.motion.xrel = a;
+            e.motion.yrel = b;
+        } else if (type == SDL_WINDOWEVENT) {
+            e.window.event = static_cast<Uint8>(a);
+        } else if (type == SDL_TEXTINPUT) {
+            std::strncpy(e.text.text, text, sizeof(e.text.text) - 1);
+        }
+        ASSERT_EQ(1, SDL_PushEvent(&e)) << SDL_GetError();
     }
 
     SDL_Window* window_ = nullptr;
-    InputSystem* input_ = nullptr;
+    InputSystem& in_ = *g_inputSystem;
 };
 
-TEST_F(InputSystemTest, KeyArraysFollowPressRepeatAndRelease) {
-    const SDL_Scancode a = SDL_SCANCODE_A;
-    PushKey(SDL_KEYDOWN, a, 0);
-    input_->Update();
-    EXPECT_EQ(1, input_->keysPressed[a]);
-    EXPECT_EQ(1, input_->keysPressedNoRepeat[a]);
-    EXPECT_EQ(1, input_->keysHeld[a]);
+TEST_F(InputSystemTest, KeyArraysFollowPressAutoRepeatAndRelease) {
+    const int a = SDL_SCANCODE_A;
+    const int b = SDL_SCANCODE_B;
+    Push(SDL_KEYDOWN, a, 0);
+    in_.Update();
+    EXPECT_TRUE(in_.keysPressed[a] && in_.keysPressedNoRepeat[a] && in_.keysHeld[a]);
+    Push(SDL_KEYDOWN, a, 1);
+    in_.Update();
+    EXPECT_TRUE(in_.keysPressed[a] && !in_.keysPressedNoRepeat[a]) << "an auto-repeat is pressed, not new";
+    in_.Update();
+    EXPECT_TRUE(!in_.keysPressed[a] && !in_.keysPressedNoRepeat[a] && in_.keysHeld[a]) << "held across quiet frames";
 
-    PushKey(SDL_KEYDOWN, a, 1);
-    input_->Update();
-    EXPECT_EQ(1, input_->keysPressed[a]) << "auto-repeat counts as pressed";
-    EXPECT_EQ(0, input_->keysPressedNoRepeat[a]);
-
-    input_->Update();
-    EXPECT_EQ(0, input_->keysPressed[a]);
-    EXPECT_EQ(0, input_->keysPressedNoRepeat[a]);
-    EXPECT_EQ(1, input_->keysHeld[a]) << "held survives frames without events";
-
-    // A later repeat in the same pump overwrites the first press.
-    PushKey(SDL_KEYDOWN, SDL_SCANCODE_B, 0);
-    PushKey(SDL_KEYDOWN, SDL_SCANCODE_B, 1);
-    PushKey(SDL_KEYUP, a, 0);
-    input_->Update();
-    EXPECT_EQ(1, input_->keysPressed[SDL_SCANCODE_B]);
-    EXPECT_EQ(0, input_->keysPressedNoRepeat[SDL_SCANCODE_B]);
-    EXPECT_EQ(0, input_->keysHeld[a]);
-    EXPECT_EQ(1, input_->keysHeld[SDL_SCANCODE_B]);
-
-    // A hand-made event outside the scancode range is dropped, not written past the arrays.
-    PushKey(SDL_KEYDOWN, static_cast<SDL_Scancode>(600), 0);
-    input_->Update();
+    Push(SDL_KEYDOWN, b, 0);
+    Push(SDL_KEYDOWN, b, 1);
+    Push(SDL_KEYUP, a);
+    Push(SDL_KEYDOWN, 600, 0);  // outside the scancode range: dropped, not written past the arrays
+    in_.Update();
+    EXPECT_EQ(0, in_.keysPressedNoRepeat[b]) << "the later repeat overwrites the first press";
+    EXPECT_EQ(0, in_.keysHeld[a]);
 }
 
-TEST_F(InputSystemTest, TextIsCollectedOnlyWhenWantedWithGraveAndHighBytesRules) {
+TEST_F(InputSystemTest, TextIsTakenOnlyWhenWantedWithoutGraveAndAsciiOnly) {
     EXPECT_FALSE(SDL_IsTextInputActive()) << "Init switches text input off";
-    PushText("x");
-    input_->Update();
-    EXPECT_EQ("", input_->textInput);
+    Push(SDL_TEXTINPUT, 0, 0, "x");
+    in_.Update();
+    EXPECT_EQ("", in_.textInput);
 
-    input_->wantTextInput = true;
-    input_->Update();
+    in_.wantTextInput = true;
+    in_.Update();
     EXPECT_TRUE(SDL_IsTextInputActive());
-    PushText("a");
-    PushText("\xC3\xA9");  // e with acute accent: two bytes
-    PushText("`");         // the console key
-    PushText("`b");
-    PushText("c`");        // only the first byte is tested
-    input_->Update();
-    EXPECT_EQ("a??c`", input_->textInput);
-
-    input_->Update();
-    EXPECT_EQ("a??c`", input_->textInput) << "the pump never empties the text";
-
-    input_->wantTextInput = false;
-    input_->Update();
-    EXPECT_FALSE(SDL_IsTextInputActive());
+    for (const char* text : {"a", "\xC3\xA9", "`", "`b", "c`"}) {
+        Push(SDL_TEXTINPUT, 0, 0, text);
+    }
+    in_.Update();
+    in_.Update();
+    EXPECT_EQ("a??c`", in_.textInput) << "only the first byte is checked for the grave accent";
 }
 
-TEST_F(InputSystemTest, WheelAndMotionKeepTheFramesLastEvent) {
-    PushWheel(1);
-    PushWheel(-1);
-    PushMotion(3, 4);
-    PushMotion(-7, 9);
-    input_->Update();
-    EXPECT_EQ(2, input_->mouseWheel) << "up then down";
-    EXPECT_EQ(-7, input_->mouseDeltaX);
-    EXPECT_EQ(9, input_->mouseDeltaY);
-
-    PushWheel(-1);
-    PushWheel(1);
-    PushWheel(0);
-    input_->Update();
-    EXPECT_EQ(1, input_->mouseWheel) << "a zero step changes nothing";
-
-    input_->Update();
-    EXPECT_EQ(0, input_->mouseWheel);
-    EXPECT_EQ(0, input_->mouseDeltaX);
-    EXPECT_EQ(0, input_->mouseDeltaY);
-}
-
-TEST_F(InputSystemTest, MousePositionIsInUiUnits) {
+TEST_F(InputSystemTest, MouseIsInUiUnitsAndWheelAndMotionKeepTheLastEvent) {
     SDL_WarpMouseInWindow(window_, 301, 99);
     g_viewportScale = 2.0f;
-    input_->Update();
-    EXPECT_EQ(150, input_->mouseX);
-    EXPECT_EQ(49, input_->mouseY);
-    g_viewportScale = 0.5f;
-    input_->Update();
-    EXPECT_EQ(602, input_->mouseX);
-    EXPECT_EQ(198, input_->mouseY);
-    EXPECT_EQ(0u, input_->mouseButtons & SDL_BUTTON_LMASK);
+    Push(SDL_MOUSEWHEEL, 1);
+    Push(SDL_MOUSEWHEEL, -1);
+    Push(SDL_MOUSEMOTION, 3, 4);
+    Push(SDL_MOUSEMOTION, -7, 9);
+    in_.Update();
+    EXPECT_EQ(150, in_.mouseX);
+    EXPECT_EQ(49, in_.mouseY);
+    EXPECT_EQ(2, in_.mouseWheel) << "up then down";
+    EXPECT_EQ(-7, in_.mouseDeltaX);
+    EXPECT_EQ(9, in_.mouseDeltaY);
+
+    Push(SDL_MOUSEWHEEL, 1);
+    Push(SDL_MOUSEWHEEL, 0);
+    in_.Update();
+    EXPECT_EQ(1, in_.mouseWheel) << "a zero step changes nothing";
+    in_.Update();
+    EXPECT_EQ(0, in_.mouseWheel + in_.mouseDeltaX + in_.mouseDeltaY);
 }
 
-TEST_F(InputSystemTest, QuitSetsFlagAndEachResizeUpdatesTheViewport) {
+TEST_F(InputSystemTest, QuitSetsTheFlagAndEachResizeUpdatesTheViewport) {
     RecordingRenderer renderer;
     ScopedRenderer scoped(&renderer);
-    PushWindowEvent(SDL_WINDOWEVENT_RESIZED);
-    PushWindowEvent(SDL_WINDOWEVENT_MOVED);
-    PushWindowEvent(SDL_WINDOWEVENT_RESIZED);
-    input_->Update();
+    Push(SDL_WINDOWEVENT, SDL_WINDOWEVENT_RESIZED);
+    Push(SDL_WINDOWEVENT, SDL_WINDOWEVENT_MOVED);
+    Push(SDL_WINDOWEVENT, SDL_WINDOWEVENT_RESIZED);
+    in_.Update();
     EXPECT_EQ(2u, renderer.Matching("viewport").size());
     EXPECT_FALSE(g_quit);
-
-    SDL_Event quit = {};
-    quit.type = SDL_QUIT;
-    ASSERT_EQ(1, SDL_PushEvent(&quit));
-    input_->Update();
+    Push(SDL_QUIT);
+    in_.Update();
     EXPECT_TRUE(g_quit);
-
-    // Without a renderer a resize is ignored rather than followed through a null pointer.
-    g_renderer = nullptr;
-    PushWindowEvent(SDL_WINDOWEVENT_RESIZED);
-    input_->Update();
-}
-
-TEST_F(InputSystemTest, InitTurnsTheScreenKeyboardOffOnlyWhenAsked) {
-    SDL_SetHint("SDL_ENABLE_SCREEN_KEYBOARD", "1");
-    input_->Init();
-    EXPECT_STREQ("1", SDL_GetHint("SDL_ENABLE_SCREEN_KEYBOARD"));
-    cv_enable_screen_keyboard.SetInt(0);
-    input_->Init();
-    EXPECT_STREQ("0", SDL_GetHint("SDL_ENABLE_SCREEN_KEYBOARD"));
-    cv_enable_screen_keyboard.SetInt(1);
 }
 
 }  // namespace
