@@ -131,6 +131,7 @@ static void RunFrame() {
 
 static void Shutdown() {
     DestroyRootPanel();
+    g_engineCommon->rootPanel = nullptr;
     g_textureMgr->Shutdown();
     g_modelMgr->Shutdown();
 
