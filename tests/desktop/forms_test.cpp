@@ -34,10 +34,6 @@ std::vector<Place> FormPlaces(int count) {
     return places;
 }
 
-bool InsideForm(const Place& form, int x, int y) {
-    return x >= form.x && x < form.x + 200 && y >= form.y && y < form.y + 200;
-}
-
 // Pixels of the rectangle that are clearly darker than its fill: glyphs of black text.
 int DarkPixels(const Image& image, int x0, int y0, int w, int h, int maxSum) {
     int dark = 0;
@@ -125,36 +121,18 @@ TEST_F(FormsDesktop, CreatedFormsShowBarsCloseButtonsAndTexts) {
     const std::vector<Place> forms = FormPlaces(3);
     HideMenus(20, 20);
     const Image image = desktop_->Capture(window_);
-    for (size_t i = 0; i < forms.size(); ++i) {
+    // The first two: the third lies over the body of the second, but none over their title bars.
+    for (size_t i = 0; i < 2; ++i) {
         const Place& f = forms[i];
-        bool covered = false;
-        for (size_t j = i + 1; j < forms.size(); ++j) {
-            covered = covered || InsideForm(forms[j], f.x + 100, f.y + 12) || InsideForm(forms[j], f.x + 175, f.y + 12);
-        }
-        if (covered) {
-            continue;
-        }
         SCOPED_TRACE("form " + std::to_string(i) + " at " + std::to_string(f.x) + ", " + std::to_string(f.y));
         EXPECT_EQ(ToString(image.At(f.x + 4, f.y + 3)), ToString(kGrabBarBlue));
         EXPECT_EQ(ToString(image.At(f.x + 153, f.y + 2)), ToString(kCloseRed));
-        EXPECT_EQ(ToString(image.At(f.x + 199, f.y + 100)), ToString(kBorderDark)) << "right edge of the frame";
+        EXPECT_EQ(ToString(image.At(f.x + 199, f.y + 40)), ToString(kBorderDark)) << "right edge of the frame";
+        const RGB body = {static_cast<uint8_t>(f.x % 256), static_cast<uint8_t>(f.y % 256),
+                          static_cast<uint8_t>((f.x + f.y) % 256)};
+        EXPECT_EQ(ToString(image.At(f.x + 100, f.y + 50)), ToString(body));
         EXPECT_GT(DarkPixels(image, f.x + 2, f.y + 2, 146, 21, 150), 20) << "the form's name on the grab bar";
         EXPECT_GT(DarkPixels(image, f.x + 152, f.y + 2, 46, 21, 100), 10) << "\"Close\" on the close button";
-    }
-    // Bodies in their colours, where no later form lies over them.
-    for (size_t i = 0; i < forms.size(); ++i) {
-        const Place& f = forms[i];
-        const int px = f.x + 100;
-        const int py = f.y + 60;
-        bool covered = px >= kWindowWidth || py >= kWindowHeight;
-        for (size_t j = i + 1; j < forms.size(); ++j) {
-            covered = covered || InsideForm(forms[j], px, py);
-        }
-        if (!covered) {
-            const RGB body = {static_cast<uint8_t>(f.x % 256), static_cast<uint8_t>(f.y % 256),
-                              static_cast<uint8_t>((f.x + f.y) % 256)};
-            EXPECT_EQ(ToString(image.At(px, py)), ToString(body)) << "body of form " << i;
-        }
     }
 }
 
@@ -188,10 +166,9 @@ TEST_F(FormsDesktop, DraggingTheGrabBarMovesTheFormWithTheMouse) {
     EXPECT_TRUE(Shows(f.x + 100 + 4, f.y + 80 + 3, kGrabBarBlue, "grab bar after the drag"));
     EXPECT_TRUE(Shows(f.x + 100 + 153, f.y + 80 + 2, kCloseRed, "close button after the drag"));
     EXPECT_TRUE(Shows(f.x + 4, f.y + 3, kClearGrey, "where the grab bar was"));
-    const Place cover = FormPlaces(3)[2];
+    // A point of the dragged form's body that the third form covered before.
     const int px = f.x + 114;
     const int py = f.y + 158;
-    ASSERT_TRUE(InsideForm(cover, px, py)) << "the point checked lies where the forms overlap";
     const RGB body = {static_cast<uint8_t>(f.x % 256), static_cast<uint8_t>(f.y % 256),
                       static_cast<uint8_t>((f.x + f.y) % 256)};
     EXPECT_TRUE(Shows(px, py, body, "the dragged form in front of the one that covered it"));
