@@ -86,12 +86,14 @@ void ShowLayerPanel(int32_t id) {
 
 }  // namespace
 
+// Shows the console panel; this build creates none, so there is nothing to show.
 void Cmd_ShowConsole(const CommandLine&) {}
 
 void Cmd_ShowMainMenu(const CommandLine&) {
     ShowLayerPanel(kLayerMenus);
 }
 
+// The options menu lives on the menus layer; the layer shows even while there is no menu on it.
 void Cmd_OpenOptionsMenu(const CommandLine&) {
     ShowLayerPanel(kLayerMenus);
 }
