@@ -8,9 +8,6 @@
 #include "render/renderer.h"
 #include "resources/font_system.h"
 
-const char* const kLabelFontName = "OpenSans-Regular";
-const char* const kLabelFontPath = "./test/fonts/OpenSans-Regular.ttf";
-
 // Formatted extraction of one decimal integer; false when the value does not start with one.
 static bool ReadInt(const std::string& value, int32_t* out) {
     std::istringstream in(value);

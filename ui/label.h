@@ -10,8 +10,8 @@
 #include "ui/panel.h"
 
 // The font every label starts with.
-extern const char* const kLabelFontName;
-extern const char* const kLabelFontPath;
+const char* const kLabelFontName = "OpenSans-Regular";
+const char* const kLabelFontPath = "./test/fonts/OpenSans-Regular.ttf";
 const int32_t kLabelFontSize = 20;
 const uint32_t kNoFont = 0xFFFFFFFF;
 
