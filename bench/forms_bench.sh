@@ -9,7 +9,7 @@
 # Environment:
 #   FORMS       form counts to measure            default "100 1000 5000"
 #   REPEAT      runs of each program per count; the fastest one counts   default 2
-#   BUILD_DIR   engine build to use; configured and built as Release here when it has no vormi yet
+#   BUILD_DIR   engine build to use, brought up to date first; configured as Release when new
 #               default build-forms-bench in the repository
 #
 # The engine's frame time is the median of the host's --stats (its first frames build the forms); the
@@ -29,11 +29,11 @@ export SDL_VIDEODRIVER=offscreen SDL_RENDER_DRIVER=software SDL_FRAMEBUFFER_ACCE
 export SDL_AUDIODRIVER=dummy
 unset DISPLAY WAYLAND_DISPLAY
 
-if [[ ! -x $build/vormi ]]; then
-    echo "building the engine (Release) in $build" >&2
+if [[ ! -f $build/CMakeCache.txt ]]; then
     cmake -S "$repo" -B "$build" -DCMAKE_BUILD_TYPE=Release -DVORMI_BUILD_TESTS=OFF >/dev/null
-    cmake --build "$build" -j2 --target vormi VormiEngine >/dev/null
 fi
+echo "building the engine in $build" >&2
+cmake --build "$build" -j2 --target vormi VormiEngine >/dev/null
 
 work=$(mktemp -d /tmp/vormi-forms-bench-XXXXXX)
 trap 'rm -rf "$work"' EXIT
