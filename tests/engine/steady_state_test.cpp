@@ -1,26 +1,55 @@
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdlib>
 #include <new>
 
 #include "console/command_system.h"
 #include "support/engine_fixture.h"
 
-// Counts every allocation made through operator new while counting is on.
+// Counts every allocation made through operator new while counting is on. Every form of new and
+// delete is replaced, so that memory the system libraries allocate one way and free another still
+// pairs up.
 static bool s_counting = false;
 static long s_allocations = 0;
 
-void* operator new(std::size_t size) {
+static void* Allocate(std::size_t size, std::size_t alignment = 0) {
     if (s_counting) {
         ++s_allocations;
     }
-    if (void* p = std::malloc(size ? size : 1)) {
+    if (size == 0) {
+        size = 1;
+    }
+    if (alignment > alignof(std::max_align_t)) {
+        size = (size + alignment - 1) / alignment * alignment;
+        return std::aligned_alloc(alignment, size);
+    }
+    return std::malloc(size);
+}
+
+static void* AllocateOrThrow(std::size_t size, std::size_t alignment = 0) {
+    if (void* p = Allocate(size, alignment)) {
         return p;
     }
     throw std::bad_alloc();
 }
+
+void* operator new(std::size_t size) { return AllocateOrThrow(size); }
+void* operator new[](std::size_t size) { return AllocateOrThrow(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void* operator new(std::size_t size, std::align_val_t a) { return AllocateOrThrow(size, static_cast<std::size_t>(a)); }
+void* operator new[](std::size_t size, std::align_val_t a) { return AllocateOrThrow(size, static_cast<std::size_t>(a)); }
 void operator delete(void* p) noexcept { std::free(p); }
+void operator delete[](void* p) noexcept { std::free(p); }
 void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
+void operator delete(void* p, const std::nothrow_t&) noexcept { std::free(p); }
+void operator delete[](void* p, const std::nothrow_t&) noexcept { std::free(p); }
+void operator delete(void* p, std::align_val_t) noexcept { std::free(p); }
+void operator delete[](void* p, std::align_val_t) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t, std::align_val_t) noexcept { std::free(p); }
+void operator delete[](void* p, std::size_t, std::align_val_t) noexcept { std::free(p); }
 
 TEST(SteadyState, FramesAllocateNothingOnceTheSceneIsBuilt) {
     TempWorkDir dir;
