@@ -50,19 +50,6 @@ static void AppendTypedText(std::string& out, const char* text, size_t capacity)
     }
 }
 
-// Window pixels to UI units in single precision, truncated toward zero. An unusable scale (zero, or
-// one so small the result leaves the integer range) leaves the pixels as they are.
-static int32_t ToUiUnits(int pixels) {
-    if (!(g_viewportScale > 0.0f)) {
-        return pixels;
-    }
-    const float units = static_cast<float>(pixels) / g_viewportScale;
-    if (!std::isfinite(units) || std::fabs(units) >= 2147483520.0f) {
-        return pixels;
-    }
-    return static_cast<int32_t>(units);
-}
-
 void InputSystem::Update() {
     const bool textActive = SDL_IsTextInputActive() != SDL_FALSE;
     if (wantTextInput && !textActive) {
@@ -74,8 +61,8 @@ void InputSystem::Update() {
     int windowX = 0;
     int windowY = 0;
     mouseButtons = SDL_GetMouseState(&windowX, &windowY);
-    mouseX = ToUiUnits(windowX);
-    mouseY = ToUiUnits(windowY);
+    mouseX = PixelsToUiUnits(windowX);
+    mouseY = PixelsToUiUnits(windowY);
 
     mouseDeltaX = 0;
     mouseDeltaY = 0;

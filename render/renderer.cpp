@@ -1,5 +1,6 @@
 #include "render/renderer.h"
 
+#include <cmath>
 #include <cstring>
 
 #include "console/cvars.h"
@@ -110,6 +111,17 @@ void UpdateViewportIfReady() {
     if (g_window && g_rendererReady && g_renderer) {
         g_renderer->UpdateViewportScale();
     }
+}
+
+int32_t PixelsToUiUnits(int32_t pixels) {
+    if (!(g_viewportScale > 0.0f)) {
+        return pixels;
+    }
+    const float units = static_cast<float>(pixels) / g_viewportScale;
+    if (!std::isfinite(units) || std::fabs(units) >= 2147483520.0f) {
+        return pixels;
+    }
+    return static_cast<int32_t>(units);
 }
 
 float ComputeViewportScale(int width, int height, float requested, bool noClamp, bool autoScaleOn) {

@@ -97,6 +97,10 @@ void StoreViewportScale();
 // Recomputes the viewport when the window and an initialised renderer exist; otherwise nothing.
 void UpdateViewportIfReady();
 
+// Window pixels to UI units at g_viewportScale, in single precision, truncated toward zero. An
+// unusable scale (zero, or one so small the result leaves the integer range) leaves the pixels as they are.
+int32_t PixelsToUiUnits(int32_t pixels);
+
 // The scale computation both renderers share. Returns the scale for a window of the given size.
 float ComputeViewportScale(int width, int height, float requested, bool noClamp, bool autoScale);
 

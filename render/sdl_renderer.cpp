@@ -124,8 +124,8 @@ void SDLRenderer::UpdateViewportScale() {
     SDL_RenderSetScale(renderer, scale, scale);
     SDL_RenderSetViewport(renderer, nullptr);
     if (g_rootPanel) {
-        g_rootPanel->height = Trunc(static_cast<float>(g_windowHeight) / scale);
-        g_rootPanel->width = Trunc(static_cast<float>(g_windowWidth) / scale);
+        g_rootPanel->height = PixelsToUiUnits(g_windowHeight);
+        g_rootPanel->width = PixelsToUiUnits(g_windowWidth);
         g_rootPanel->OnResized();
     }
 }

@@ -253,16 +253,26 @@ Panel* Panel::FindChild(const std::string& childName) {
     return nullptr;
 }
 
+// The panel's entry in its parent's working list, made ready for editing; end() when it is not
+// there, which is reported.
+static std::vector<Panel*>::iterator SlotInParentList(Panel* panel) {
+    PrepareEdit(panel->parent);
+    std::vector<Panel*>& list = panel->parent->pendingChildren;
+    const std::vector<Panel*>::iterator self = std::find(list.begin(), list.end(), panel);
+    if (self == list.end()) {
+        ConMsg("Error, panel is not on the list\n");
+    }
+    return self;
+}
+
 void Panel::SetZPos(int32_t z) {
     zpos = z;
     if (!parent) {
         return;
     }
-    PrepareEdit(parent);
     std::vector<Panel*>& list = parent->pendingChildren;
-    std::vector<Panel*>::iterator self = std::find(list.begin(), list.end(), this);
+    const std::vector<Panel*>::iterator self = SlotInParentList(this);
     if (self == list.end()) {
-        ConMsg("Error, panel is not on the list\n");
         return;
     }
     list.erase(self);
@@ -345,11 +355,9 @@ void Panel::BringToFront() {
     if (!parent) {
         return;
     }
-    PrepareEdit(parent);
     std::vector<Panel*>& list = parent->pendingChildren;
-    std::vector<Panel*>::iterator self = std::find(list.begin(), list.end(), this);
+    const std::vector<Panel*>::iterator self = SlotInParentList(this);
     if (self == list.end()) {
-        ConMsg("Error, panel is not on the list\n");
         return;
     }
     if (list.size() == 1) {

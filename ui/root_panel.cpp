@@ -177,25 +177,13 @@ void RootPanel::Update() {
     input->SetRelativeMouse(interfaceIdle);
 }
 
-// Window pixels to UI units, truncated; an unusable scale leaves the pixels as they are.
-static int32_t ToUiUnits(int32_t pixels) {
-    if (!(g_viewportScale > 0.0f)) {
-        return pixels;
-    }
-    const float units = static_cast<float>(pixels) / g_viewportScale;
-    if (!std::isfinite(units) || std::fabs(units) >= 2147483520.0f) {
-        return pixels;
-    }
-    return static_cast<int32_t>(units);
-}
-
 void CreateRootPanel() {
     RootPanel* root = new RootPanel("root");
     g_rootPanel = root;
     root->x = 0;
     root->y = 0;
-    root->width = ToUiUnits(g_windowWidth);
-    root->height = ToUiUnits(g_windowHeight);
+    root->width = PixelsToUiUnits(g_windowWidth);
+    root->height = PixelsToUiUnits(g_windowHeight);
     root->OnResized();
     root->backgroundColor = kRootBackground;
     root->drawBackground = false;
