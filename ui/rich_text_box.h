@@ -77,15 +77,26 @@ public:
     bool selecting = false;
 
 private:
+    // A selection ordered start to end and clamped to the content.
+    struct Span {
+        TextPosition from;
+        TextPosition to;
+    };
+    int32_t LastLine() const;
     TextPosition Caret() const;
     void MoveCaret(TextPosition position);
     bool HasSelection() const;
+    Span Selection() const;
     void DeleteSelection();
+    // Inserts at the caret; every "\n" starts a new line, and the caret ends after the inserted text.
     void InsertText(const std::string& typed);
+    void Backspace();
     TextPosition PositionUnderMouse();
+    void ZoomFont(int32_t step);
     void HandleWheel();
     void HandleNavigation();
     void EditFromKeys();
+    void DropOldestLines();
     void KeepCaretVisible();
     int32_t VisibleLineCount() const;
 

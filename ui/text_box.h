@@ -98,6 +98,12 @@ private:
     std::string measureScratch;
 };
 
+// The handle of the font at that size and colours, loaded from path when it is not cached yet;
+// kNoFont when it cannot be loaded.
+uint32_t FindOrLoadFont(const std::string& font, const std::string& path, int32_t size, Color color,
+                        Color backColor);
+// How many leading characters of text lie left of x pixels, rounded to the nearer character boundary.
+int32_t CharsBeforeX(FontRecord* font, const char* text, int32_t x);
 // Width of count bytes of text from start on in the font, measured without allocating once scratch has
 // grown to the text's size. 0 without a font or for an empty range.
 int32_t MeasureTextRange(FontRecord* font, const std::string& text, size_t start, size_t count,

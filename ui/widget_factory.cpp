@@ -4,6 +4,8 @@
 #include "ui/grab_bar.h"
 #include "ui/image_panel.h"
 #include "ui/label.h"
+#include "ui/rich_text_box.h"
+#include "ui/text_box.h"
 #include "ui/toggle_button.h"
 
 namespace {
@@ -25,6 +27,8 @@ const WidgetType kWidgetTypes[] = {
     {"Label", Make<Label>},
     {"Button", Make<Button>},
     {"ToggleButton", Make<ToggleButton>},
+    {"TextBox", Make<TextBox>},
+    {"RichTextBox", Make<RichTextBox>},
 };
 
 }  // namespace
