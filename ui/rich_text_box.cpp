@@ -3,6 +3,7 @@
 #include <SDL.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 
 #include "engine/engine.h"
@@ -88,7 +89,7 @@ void RichTextBox::Unfocus() {
 }
 
 void RichTextBox::OnResized() {
-    innerWidth = width - 2 * marginX;
+    innerWidth = SaturateInt32(int64_t(width) - 2 * int64_t(marginX));
 }
 
 void RichTextBox::OnMousePressed() {
@@ -145,7 +146,7 @@ void RichTextBox::ClearText() {
 }
 
 int32_t RichTextBox::VisibleLineCount() const {
-    return lineHeight > 0 ? (height - marginY) / lineHeight : 0;
+    return lineHeight > 0 ? SaturateInt32((int64_t(height) - marginY) / lineHeight) : 0;
 }
 
 void RichTextBox::ScrollToEnd() {
@@ -182,7 +183,7 @@ RichTextBox::Span RichTextBox::Selection() const {
 
 std::string RichTextBox::SelectedText() const {
     std::string out;
-    if (!HasSelection()) {
+    if (!HasSelection() || lines.empty()) {
         return out;
     }
     const Span span = Selection();
@@ -216,27 +217,33 @@ void RichTextBox::DeleteSelection() {
 }
 
 void RichTextBox::InsertText(const std::string& typed) {
-    TextPosition caret = Caret();
+    const TextPosition caret = Caret();
+    const size_t column = static_cast<size_t>(caret.column);
+    const size_t breaks = static_cast<size_t>(std::count(typed.begin(), typed.end(), '\n'));
+    if (breaks == 0) {
+        lines[caret.line].text.insert(column, typed);
+        MoveCaret(TextPosition{caret.column + Length(typed), caret.line});
+        return;
+    }
+    // All new lines go in at once, so a long paste does not shift the lines below once per line. The
+    // rest of the caret line ends up behind the inserted text, and the caret between the two.
+    std::string tail = lines[caret.line].text.substr(column);
+    lines[caret.line].text.erase(column);
+    lines.insert(lines.begin() + caret.line + 1, breaks, RichTextLine());
+    int32_t line = caret.line;
     size_t start = 0;
     for (;;) {
         const size_t end = typed.find('\n', start);
-        const size_t count = end == std::string::npos ? std::string::npos : end - start;
-        std::string& line = lines[caret.line].text;
-        const size_t before = line.size();
-        line.insert(static_cast<size_t>(caret.column), typed, start, count);
-        caret.column += static_cast<int32_t>(line.size() - before);
+        lines[line].text.append(typed, start, end == std::string::npos ? std::string::npos : end - start);
         if (end == std::string::npos) {
             break;
         }
-        // The rest of the line moves down behind the new line break; the caret follows the text.
-        RichTextLine next;
-        next.text.assign(line, static_cast<size_t>(caret.column), std::string::npos);
-        line.erase(static_cast<size_t>(caret.column));
-        lines.insert(lines.begin() + caret.line + 1, std::move(next));
-        caret = TextPosition{0, caret.line + 1};
+        ++line;
         start = end + 1;
     }
-    MoveCaret(caret);
+    const int32_t caretColumn = Length(lines[line].text);
+    lines[line].text += tail;
+    MoveCaret(TextPosition{caretColumn, line});
 }
 
 TextPosition RichTextBox::PositionUnderMouse() {
@@ -249,7 +256,7 @@ TextPosition RichTextBox::PositionUnderMouse() {
     // Above the text the position is the line above the view, so a drag upwards scrolls.
     const int32_t row = ry < 0 ? -1 : ry / lineHeight;
     TextPosition position;
-    position.line = std::max(0, std::min(firstVisibleLine + row, LastLine()));
+    position.line = SaturateInt32(std::max<int64_t>(0, std::min<int64_t>(int64_t(firstVisibleLine) + row, LastLine())));
     const std::string& text = lines[position.line].text;
     const int32_t rx = g_inputSystem->mouseX - screenX - marginX;
     const int32_t first = std::min(firstVisibleColumn, Length(text));
@@ -266,7 +273,7 @@ void RichTextBox::KeepCaretVisible() {
     const int32_t rows = std::max(1, VisibleLineCount());
     if (caret.line < firstVisibleLine) {
         firstVisibleLine = caret.line;
-    } else if (caret.line >= firstVisibleLine + rows) {
+    } else if (caret.line >= int64_t(firstVisibleLine) + rows) {
         firstVisibleLine = caret.line - rows + 1;
     }
     if (caret.column < firstVisibleColumn) {
@@ -279,9 +286,10 @@ void RichTextBox::KeepCaretVisible() {
     }
     // The leftmost first column from which the text up to the caret still fits.
     const std::string& text = lines[caret.line].text;
+    const int32_t leftmost = std::max(0, firstVisibleColumn);
     int32_t start = caret.column;
     int32_t used = 0;
-    while (start > firstVisibleColumn) {
+    while (start > leftmost) {
         const int32_t advance = MeasureTextRange(font, text, start - 1, 1, measureScratch);
         if (used + advance > innerWidth) {
             break;
@@ -319,9 +327,9 @@ void RichTextBox::HandleWheel() {
         for (const RichTextLine& line : lines) {
             longest = std::max(longest, Length(line.text));
         }
-        firstVisibleColumn = std::max(0, std::min(firstVisibleColumn + step, longest));
+        firstVisibleColumn = std::max(0, std::min(std::min(firstVisibleColumn, longest) + step, longest));
     } else {
-        firstVisibleLine = std::max(0, std::min(firstVisibleLine + step, LastLine()));
+        firstVisibleLine = std::max(0, std::min(std::min(firstVisibleLine, LastLine()) + step, LastLine()));
     }
 }
 
@@ -473,6 +481,10 @@ void RichTextBox::DropOldestLines() {
 }
 
 void RichTextBox::Update() {
+    // The lines are public; whatever a host did with them, the caret needs one to stand on.
+    if (lines.empty()) {
+        lines.emplace_back();
+    }
     Panel::Update();
     InputSystem* input = g_inputSystem;
     if (active && !input->wantTextInput) {
@@ -506,7 +518,7 @@ void RichTextBox::Draw() {
     const int32_t left = screenX + marginX;
     const int32_t top = screenY + marginY;
     const int32_t firstLine = std::max(0, std::min(firstVisibleLine, LastLine()));
-    const int32_t lastLine = std::min(firstLine + VisibleLineCount(), LastLine());
+    const int32_t lastLine = SaturateInt32(std::min<int64_t>(int64_t(firstLine) + VisibleLineCount(), LastLine()));
     const int32_t column = std::max(0, firstVisibleColumn);
     auto lineTop = [&](int32_t line) { return top + (line - firstLine) * lineHeight; };
 

@@ -3,6 +3,7 @@
 #include <SDL.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 
 #include "engine/engine.h"
@@ -36,6 +37,10 @@ uint32_t FindOrLoadFont(const std::string& font, const std::string& path, int32_
         handle = g_fontSystem->LoadFont(font, path, size, color, backColor);
     }
     return handle < 0 ? kNoFont : static_cast<uint32_t>(handle);
+}
+
+int32_t SaturateInt32(int64_t value) {
+    return static_cast<int32_t>(std::max<int64_t>(INT32_MIN, std::min<int64_t>(value, INT32_MAX)));
 }
 
 int32_t MeasureTextRange(FontRecord* font, const std::string& text, size_t start, size_t count,
@@ -117,9 +122,9 @@ void TextBox::Unfocus() {
 }
 
 void TextBox::OnResized() {
-    innerWidth = width - 8;
-    innerHeight = height - 8;
-    SetFontSize(height - 8);
+    innerWidth = SaturateInt32(int64_t(width) - 8);
+    innerHeight = SaturateInt32(int64_t(height) - 8);
+    SetFontSize(innerHeight);
 }
 
 void TextBox::OnMousePressed() {

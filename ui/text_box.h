@@ -104,6 +104,9 @@ uint32_t FindOrLoadFont(const std::string& font, const std::string& path, int32_
                         Color backColor);
 // How many leading characters of text lie left of x pixels, rounded to the nearer character boundary.
 int32_t CharsBeforeX(FontRecord* font, const char* text, int32_t x);
+// The value pulled into the int32 range; sizes from scripts may be extreme, and their sums must not
+// overflow.
+int32_t SaturateInt32(int64_t value);
 // Width of count bytes of text from start on in the font, measured without allocating once scratch has
 // grown to the text's size. 0 without a font or for an empty range.
 int32_t MeasureTextRange(FontRecord* font, const std::string& text, size_t start, size_t count,

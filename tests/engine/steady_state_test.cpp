@@ -5,7 +5,11 @@
 #include <new>
 
 #include "console/command_system.h"
+#include "engine/engine.h"
 #include "support/engine_fixture.h"
+#include "ui/rich_text_box.h"
+#include "ui/root_panel.h"
+#include "ui/text_box.h"
 
 // Counts every allocation made through operator new while counting is on. Every form of new and
 // delete is replaced, so that memory the system libraries allocate one way and free another still
@@ -59,6 +63,17 @@ TEST(SteadyState, FramesAllocateNothingOnceTheSceneIsBuilt) {
         if (frame == 0) {
             CommandGlobal("test_create_form 5");
             CommandGlobal("test_create_panel 5");
+            // An editing text box (caret and visible text every frame) and a log with a selection.
+            TextBox* box = new TextBox("txb_steady");
+            box->SetText("steady frames allocate nothing at all");
+            g_rootPanel->layerTools->AddChild(box);
+            box->Focus();
+            RichTextBox* log = new RichTextBox("log_steady");
+            log->SetProperty("size", "300 200");
+            log->AppendText("first line\nsecond line\n\nfourth line that is long enough to be cut at the edge\n");
+            log->selectionEnd = TextPosition{3, 3};
+            log->y = 40;
+            g_rootPanel->layerTools->AddChild(log);
         }
         // Let textures, fonts and the deferred child lists settle, then watch 30 whole frames.
         if (frame == 20) {
