@@ -36,11 +36,7 @@ static bool Before(TextPosition a, TextPosition b) {
 }
 
 RichTextBox::RichTextBox(std::string boxName) : Panel(std::move(boxName)) {
-    width = 108;
-    height = 28;
-    backgroundColor = Color{255, 255, 255, 255};
-    drawBorder = true;
-    enabled = true;
+    SetTextBoxDefaults(this);
     SetFont(kRichTextFontName, kRichTextFontPath, lineHeight, Color{0, 0, 0, 255}, Color{255, 255, 255, 0});
     lines.emplace_back();
 }
@@ -58,14 +54,6 @@ void RichTextBox::SetFont(const std::string& font, const std::string& path, int3
     if (FontRecord* record = g_fontSystem->GetFont(static_cast<int>(fontId))) {
         caretHeight = record->cellHeight;
         lineHeight = record->cellHeight;
-    }
-}
-
-void RichTextBox::SetProperty(const std::string& key, const std::string& value) {
-    if (key == "text") {
-        SetText(value);
-    } else {
-        Panel::SetProperty(key, value);
     }
 }
 
@@ -133,6 +121,14 @@ void RichTextBox::AppendText(const std::string& newText) {
 void RichTextBox::SetText(const std::string& newText) {
     ClearText();
     AppendText(newText);
+}
+
+void RichTextBox::SetProperty(const std::string& key, const std::string& value) {
+    if (key == "text") {
+        SetText(value);
+    } else {
+        Panel::SetProperty(key, value);
+    }
 }
 
 void RichTextBox::ClearText() {
@@ -486,16 +482,7 @@ void RichTextBox::Update() {
         lines.emplace_back();
     }
     Panel::Update();
-    InputSystem* input = g_inputSystem;
-    if (active && !input->wantTextInput) {
-        input->wantTextInput = true;
-    }
-    // Only the box that is editing answers a cancel; an idle one must not swallow it.
-    if (active && input->textInputCancel) {
-        input->textInputCancel = false;
-        input->wantTextInput = false;
-        active = false;
-    }
+    active = HoldTextInput(active);
     DropOldestLines();
     if (active) {
         EditFromKeys();

@@ -30,6 +30,28 @@ void TextBox::BlinkCaret() {
     }
 }
 
+void SetTextBoxDefaults(Panel* box) {
+    box->width = 108;
+    box->height = 28;
+    box->backgroundColor = Color{255, 255, 255, 255};
+    box->drawBorder = true;
+    box->enabled = true;
+}
+
+bool HoldTextInput(bool active) {
+    InputSystem* input = g_inputSystem;
+    if (!active) {
+        return false;
+    }
+    input->wantTextInput = true;
+    if (input->textInputCancel) {
+        input->textInputCancel = false;
+        input->wantTextInput = false;
+        return false;
+    }
+    return true;
+}
+
 uint32_t FindOrLoadFont(const std::string& font, const std::string& path, int32_t size, Color color,
                         Color backColor) {
     int handle = g_fontSystem->FindFont(font, size, color, backColor);
@@ -74,11 +96,7 @@ static int32_t Length(const std::string& text) {
 }
 
 TextBox::TextBox(std::string boxName) : Panel(std::move(boxName)) {
-    width = 108;
-    height = 28;
-    backgroundColor = Color{255, 255, 255, 255};
-    drawBorder = true;
-    enabled = true;
+    SetTextBoxDefaults(this);
     SetFontSize(innerHeight);
 }
 
@@ -166,26 +184,27 @@ TextBox::VisibleRange TextBox::ComputeVisibleRange() {
     return VisibleRange{first, first + count - 1};
 }
 
+TextBox::VisibleRange TextBox::SelectedSpan() {
+    const int32_t length = Length(text);
+    const int32_t lo = std::max(0, std::min(std::min(selectionAnchor, selectionEnd), length));
+    return VisibleRange{lo, std::max(lo, std::min(std::max(selectionAnchor, selectionEnd), length))};
+}
+
 void TextBox::DeleteSelection() {
     if (selectionAnchor == selectionEnd) {
         return;
     }
-    const int32_t length = Length(text);
-    const int32_t lo = std::max(0, std::min(std::min(selectionAnchor, selectionEnd), length));
-    const int32_t hi = std::max(lo, std::min(std::max(selectionAnchor, selectionEnd), length));
-    text.erase(lo, hi - lo);
-    cursor = lo;
+    const VisibleRange span = SelectedSpan();
+    text.erase(span.first, span.last - span.first);
+    cursor = span.first;
     selectionAnchor = selectionEnd;
 }
 
 void TextBox::CopySelection() {
-    if (selectionAnchor == selectionEnd) {
-        return;
+    if (selectionAnchor != selectionEnd) {
+        const VisibleRange span = SelectedSpan();
+        SDL_SetClipboardText(text.substr(span.first, span.last - span.first).c_str());
     }
-    const int32_t length = Length(text);
-    const int32_t lo = std::max(0, std::min(std::min(selectionAnchor, selectionEnd), length));
-    const int32_t hi = std::max(lo, std::min(std::max(selectionAnchor, selectionEnd), length));
-    SDL_SetClipboardText(text.substr(lo, hi - lo).c_str());
 }
 
 void TextBox::EditFromKeys() {
@@ -264,15 +283,8 @@ void TextBox::EditFromKeys() {
 void TextBox::Update() {
     Panel::Update();
     InputSystem* input = g_inputSystem;
-    if (active && !input->wantTextInput) {
-        input->wantTextInput = true;
-    }
-    // Only the box that is editing answers a cancel; an idle one must not swallow it.
-    if (active && input->textInputCancel) {
-        input->textInputCancel = false;
-        input->wantTextInput = false;
-        active = false;
-    } else if (active) {
+    active = HoldTextInput(active);
+    if (active) {
         EditFromKeys();
     }
 

@@ -89,6 +89,8 @@ private:
         int32_t last;
     };
     VisibleRange ComputeVisibleRange();
+    // The selection as [lo, hi) within the text.
+    VisibleRange SelectedSpan();
     int32_t IndexUnderMouse();
     void DeleteSelection();
     void CopySelection();
@@ -98,6 +100,11 @@ private:
     std::string measureScratch;
 };
 
+// The look both text boxes start with: 108 x 28, white, bordered, taking the mouse.
+void SetTextBoxDefaults(Panel* box);
+// Keeps SDL text input on while the box is active and answers a cancel request; returns whether the
+// box is still active. An inactive box leaves a pending cancel for the one that is editing.
+bool HoldTextInput(bool active);
 // The handle of the font at that size and colours, loaded from path when it is not cached yet;
 // kNoFont when it cannot be loaded.
 uint32_t FindOrLoadFont(const std::string& font, const std::string& path, int32_t size, Color color,
