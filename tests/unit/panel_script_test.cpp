@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <random>
 #include <string>
 
 #include "engine/console_output.h"
 #include "input/input_system.h"
+#include "support/engine_fixture.h"
 #include "ui/panel.h"
 
 namespace {
@@ -20,27 +20,17 @@ public:
 
 class PanelScriptTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        g_consoleText.clear();
-        path_ = ::testing::TempDir() + "panel_script_" +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".txt";
-    }
-    void TearDown() override {
-        loader_->Destroy();
-        std::remove(path_.c_str());
-    }
+    void SetUp() override { g_consoleText.clear(); }
+    void TearDown() override { loader_->Destroy(); }
     // Loads the text and lets the new children go live.
     void Load(const std::string& text) {
-        FILE* file = std::fopen(path_.c_str(), "wb");
-        ASSERT_NE(nullptr, file);
-        std::fwrite(text.data(), 1, text.size(), file);
-        std::fclose(file);
-        loader_->LoadFromFile(path_);
+        dir_.WriteFile("panel.txt", text);
+        loader_->LoadFromFile("panel.txt");
         loader_->Update();
     }
     bool Has(const std::string& childName) { return loader_->FindChild(childName) != nullptr; }
 
-    std::string path_;
+    TempWorkDir dir_;
     Loader* loader_ = new Loader();
 };
 

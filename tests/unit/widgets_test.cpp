@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,12 +11,12 @@
 #include "console/command_system.h"
 #include "console/panel_commands.h"
 #include "engine/engine.h"
-#include "input/input_system.h"
 #include "render/renderer.h"
 #include "resources/font_system.h"
 #include "resources/texture_mgr.h"
 #include "support/engine_fixture.h"
-#include "support/recording_renderer.h"
+#include "support/offscreen.h"
+#include "support/ui_driver.h"
 #include "ui/button.h"
 #include "ui/form.h"
 #include "ui/grab_bar.h"
@@ -42,13 +41,13 @@ static_assert(offsetof(ImagePanel, texture) == sizeof(Panel) && offsetof(Form, g
 
 namespace {
 
-// Widgets under a plain top panel, drawn into a recording renderer; fonts come from the asset copy.
-class Widgets : public ::testing::Test {
+// Widgets under a plain top panel, drawn into the recording renderer; fonts come from the asset copy.
+class Widgets : public UiTest {
 protected:
     void SetUp() override {
+        UiTest::SetUp();
         ASSERT_EQ(TTF_Init(), 0);
-        *g_inputSystem = InputSystem();
-        g_commandQueue.clear();
+        top_ = new Panel("top");
         top_->width = 400;
         top_->height = 300;
     }
@@ -57,35 +56,15 @@ protected:
         g_commandQueue.clear();
         TTF_Quit();
     }
-    void Frame(int x, int y, bool down) {
-        g_inputSystem->mouseX = x;
-        g_inputSystem->mouseY = y;
-        g_inputSystem->mouseButtons = down ? SDL_BUTTON_LMASK : 0;
-        top_->Update();
-    }
-    void Click(int x, int y) {
-        Frame(x, y, false);
-        Frame(x, y, true);
-        Frame(x, y, false);
-    }
-    // Panels attached during a frame join from the next one, a level deeper one frame later still.
-    void Settle() {
-        Frame(-1, -1, false);
-        Frame(-1, -1, false);
-    }
     template <typename T>
     T* Add(T* widget, int x, int y, Panel* parent = nullptr) {
         widget->x = x;
         widget->y = y;
         (parent ? parent : top_)->AddChild(widget);
-        Settle();
+        Settle(2);
         return widget;
     }
-
     TempWorkDir dir_;
-    RecordingRenderer renderer_;
-    ScopedRenderer scoped_{&renderer_};
-    Panel* top_ = new Panel("top");
 };
 
 // Receives panel commands.
@@ -104,60 +83,51 @@ TEST_F(Widgets, LabelSizesToTextAndButtonCentresIt) {
     label->SetText("Hello");
     EXPECT_EQ(label->width, g_fontSystem->MeasureText("Hello", font).width);
     EXPECT_EQ(label->height, font->cellHeight);
+    label->SetProperty("font_size", "big");
+    EXPECT_EQ(g_fontSystem->GetFont(static_cast<int>(label->fontId))->size, 20) << "not a number: no change";
+    label->SetProperty("font_size", "30");
+    EXPECT_EQ(g_fontSystem->GetFont(static_cast<int>(label->fontId))->size, 30);
 
     Button* button = Add(new Button("button"), 10, 20);
     button->SetText("A text far wider than seventy-five pixels");
     EXPECT_EQ(button->width, 75) << "buttons keep their size";
     EXPECT_EQ(button->textOffsetX, (75 - button->textWidth) / 2);
-    EXPECT_LT(button->textOffsetX, 0);
     button->SetProperty("size", "401 25");
     EXPECT_EQ(button->textOffsetX, (401 - button->textWidth) / 2) << "resizing re-centres";
-
     // Drawn at its offset and clipped to the part of the button inside its parent.
     top_->Draw();
-    const std::string text = "text " + std::to_string(button->fontId) + " " + button->text + " " +
-                             std::to_string(10 + button->textOffsetX) + " " + std::to_string(20 + button->textOffsetY);
-    const int at = renderer_.IndexOf(text);
-    ASSERT_GT(at, 0) << text;
+    const int at = renderer_.IndexOf("text " + std::to_string(button->fontId) + " " + button->text + " " +
+                                     std::to_string(10 + button->textOffsetX) + " " +
+                                     std::to_string(20 + button->textOffsetY));
+    ASSERT_GT(at, 0);
     EXPECT_EQ(renderer_.calls[at - 1], "clip 10 20 390 25");
     EXPECT_EQ(renderer_.calls[at + 1], "clip off");
-
-    const uint32_t before = label->fontId;
-    label->SetProperty("font_size", "big");
-    EXPECT_EQ(label->fontId, before) << "a size that is not a number changes nothing";
-    label->SetProperty("font_size", "30");
-    EXPECT_EQ(g_fontSystem->GetFont(static_cast<int>(label->fontId))->size, 30);
 }
 
 TEST_F(Widgets, ButtonRunsItsCommandsOnlyWhenReleasedOverIt) {
     CommandSink* sink = Add(new CommandSink(), 0, 0);
     sink->width = 300;
     sink->height = 200;
-    dir_.WriteFile("test/scripts/b.txt",
-                   "Button\n{\nname \"b\"\nposition 20 20\nglobal_command \"testcmd\"\npanel_command \"apply\"\n"
-                   "pressed_color 1 2 3\nregular_color 4 5 6 7\n}\n");
+    dir_.WriteFile("test/scripts/b.txt", "Button\n{\nname \"b\"\nposition 20 20\nglobal_command \"testcmd\"\n"
+                                         "panel_command \"apply\"\npressed_color 1 2 3\nregular_color 4 5 6 7\n}\n");
     sink->LoadFromFile("./test/scripts/b.txt");
     Button* button = static_cast<Button*>(sink->FindChild("b"));
     ASSERT_NE(button, nullptr);
     Settle();
-
-    Frame(30, 30, false);
-    Frame(30, 30, true);
-    EXPECT_EQ(button->backgroundColor.r, 1);
-    EXPECT_EQ(button->backgroundColor.a, 255) << "a missing number takes its default";
-    Frame(30, 30, false);
+    Step(30, 30, false);
+    Step(30, 30, true);
+    EXPECT_TRUE(button->backgroundColor.r == 1 && button->backgroundColor.a == 255) << "pressed colour, alpha default";
+    Step(30, 30, false);
     EXPECT_EQ(button->backgroundColor.g, 5);
     EXPECT_EQ(g_commandQueue, std::vector<std::string>{"testcmd"});
     EXPECT_EQ(sink->received, std::vector<std::string>{"apply"});
 
     // Released elsewhere: nothing runs and the colour returns.
-    Frame(30, 30, true);
-    Frame(250, 150, true);
-    Frame(250, 150, false);
-    EXPECT_EQ(g_commandQueue.size(), 1u);
-    EXPECT_EQ(sink->received.size(), 1u);
+    Step(30, 30, true);
+    Step(250, 150, true);
+    Step(250, 150, false);
+    EXPECT_EQ(g_commandQueue.size() + sink->received.size(), 2u);
     EXPECT_EQ(button->backgroundColor.r, 4);
-
     // Disabled: shows the press, but takes no focus.
     button->Unfocus();
     button->enabled = false;
@@ -171,34 +141,28 @@ TEST_F(Widgets, ButtonBevelSinksAndImageFollowsState) {
     button->releasedTexture = 5;
     top_->Draw();
     const std::vector<std::string> released = {
-        "clip 10 20 75 25",
-        "fill 10 20 75 25 150 150 150 255",
-        "line 10 20 10 43 135 135 135 255 w1",
-        "line 11 20 83 20 135 135 135 255 w1",
-        "line 10 44 84 44 64 64 64 255 w1",
-        "line 84 20 84 44 64 64 64 255 w1",
-        "clip off",
+        "clip 10 20 75 25", "fill 10 20 75 25 150 150 150 255", "line 10 20 10 43 135 135 135 255 w1",
+        "line 11 20 83 20 135 135 135 255 w1", "line 10 44 84 44 64 64 64 255 w1", "line 84 20 84 44 64 64 64 255 w1",
         // No text: the image comes next, over where the text would be.
-        "clip 10 20 75 25",
-        "texture 5 10 20 75 25 255 255 255 255",
-        "clip off",
-    };
-    const size_t start = static_cast<size_t>(renderer_.IndexOf("clip 10 20 75 25"));
-    ASSERT_LT(start + released.size(), renderer_.calls.size() + 1);
+        "clip off", "clip 10 20 75 25", "texture 5 10 20 75 25 255 255 255 255", "clip off"};
+    const int start = renderer_.IndexOf("clip 10 20 75 25");
+    ASSERT_GE(start, 0);
+    ASSERT_LE(start + released.size(), renderer_.calls.size());
     EXPECT_EQ(std::vector<std::string>(renderer_.calls.begin() + start, renderer_.calls.begin() + start + released.size()),
               released);
 
-    Frame(15, 25, false);
-    Frame(15, 25, true);
-    renderer_.Reset();
-    top_->Draw();
-    EXPECT_GE(renderer_.IndexOf("line 10 20 10 43 64 64 64 255 w1"), 0) << "sunken while pressed";
-    EXPECT_GE(renderer_.IndexOf("line 84 20 84 44 135 135 135 255 w1"), 0);
-    EXPECT_GE(renderer_.IndexOf("texture 5 10 20 75 25 255 255 255 255"), 0) << "no pressed image: the released one";
-    button->pressedTexture = 7;
-    renderer_.Reset();
-    top_->Draw();
-    EXPECT_GE(renderer_.IndexOf("texture 7 10 20 75 25 255 255 255 255"), 0);
+    Step(15, 25, false);
+    Step(15, 25, true);
+    for (int pressedTexture : {0, 7}) {
+        button->pressedTexture = pressedTexture;
+        renderer_.Reset();
+        top_->Draw();
+        EXPECT_GE(renderer_.IndexOf("line 10 20 10 43 64 64 64 255 w1"), 0) << "sunken while pressed";
+        EXPECT_GE(renderer_.IndexOf("line 84 20 84 44 135 135 135 255 w1"), 0);
+        // Without a pressed image, the released one.
+        EXPECT_GE(renderer_.IndexOf("texture " + std::to_string(pressedTexture ? 7 : 5) + " 10 20 75 25 255 255 255 255"),
+                  0);
+    }
 }
 
 TEST_F(Widgets, ToggleButtonFlipsBeforeItsCommands) {
@@ -206,11 +170,9 @@ TEST_F(Widgets, ToggleButtonFlipsBeforeItsCommands) {
     EXPECT_EQ(toggle->width, 16);
     toggle->globalCommand = "testcmd";
     Click(55, 55);
-    EXPECT_TRUE(toggle->checked);
-    EXPECT_EQ(toggle->text, "X");
+    EXPECT_TRUE(toggle->checked && toggle->text == "X");
     Click(55, 55);
-    EXPECT_FALSE(toggle->checked);
-    EXPECT_EQ(toggle->text, "");
+    EXPECT_TRUE(!toggle->checked && toggle->text.empty());
     EXPECT_EQ(g_commandQueue.size(), 2u) << "each click runs the commands";
     toggle->SetChecked(true);
     EXPECT_EQ(g_commandQueue.size(), 2u) << "SetChecked runs nothing";
@@ -226,17 +188,15 @@ TEST_F(Widgets, GrabBarDragsItsFormByTheMouseOffset) {
     EXPECT_EQ(form->grabBar->text, "dragged");
 
     // Press 10, 5 into the grab bar at screen (50, 50); the form follows the mouse and comes to the front.
-    Frame(60, 55, false);
-    Frame(60, 55, true);
+    Step(60, 55, false);
+    Step(60, 55, true);
     EXPECT_EQ(container->children.back(), form);
-    Frame(240, 230, true);
-    EXPECT_EQ(form->x, 240 - 10 - 20);
-    EXPECT_EQ(form->y, 230 - 5 - 10);
-    Frame(5, 5, true);
+    Step(240, 230, true);
+    EXPECT_TRUE(form->x == 240 - 10 - 20 && form->y == 230 - 5 - 10);
+    Step(5, 5, true);
     EXPECT_EQ(form->x, -25) << "no bounds";
-    Frame(5, 5, false);
-    EXPECT_FALSE(form->grabBar->dragging);
-    Frame(100, 100, false);
+    Step(5, 5, false);
+    Step(100, 100, false);
     EXPECT_EQ(form->x, -25) << "no drag after the release";
 }
 
@@ -246,7 +206,6 @@ TEST_F(Widgets, FormKeepsItsBarsAtTheEdgesAndFactoryKnowsTheTypes) {
     EXPECT_EQ(form->closeButton->x, 250);
     EXPECT_EQ(form->grabBar->width, 250);
     EXPECT_EQ(form->closeButton->panelCommand, "close_panel");
-
     for (const char* name : {"Panel", "GrabBar", "ImagePanel", "Label", "Button", "ToggleButton"}) {
         std::unique_ptr<Panel> widget(CreateWidget(name));
         ASSERT_NE(widget, nullptr) << name;
@@ -289,14 +248,12 @@ TEST_F(TestCommands, CreatePanelCountsAndPlacesFromRand) {
     for (Panel* panel : g_testPanels) {
         const int x = std::rand() % 641;
         const int y = std::rand() % 481;
-        EXPECT_EQ(panel->parent, g_rootPanel);
-        EXPECT_EQ(panel->x, x);
-        EXPECT_EQ(panel->y, y);
+        EXPECT_TRUE(panel->parent == g_rootPanel && panel->x == x && panel->y == y);
         EXPECT_EQ(panel->backgroundColor.b, (x + y) % 256);
     }
-    g_commandSystem->Execute("test_create_panel 0");
-    g_commandSystem->Execute("test_create_panel many");
-    g_commandSystem->Execute("test_create_panel -3");
+    for (const char* line : {"test_create_panel 0", "test_create_panel many", "test_create_panel -3"}) {
+        g_commandSystem->Execute(line);
+    }
     EXPECT_EQ(RootChildren("test_panel"), 4u) << "0 and a non-number make one each, a negative count none";
 }
 
@@ -307,7 +264,6 @@ TEST_F(TestCommands, DestroyLeavesAlonePanelsTheUserClosed) {
     g_testPanels[1]->HandleCommand("close_panel");
     g_rootPanel->Update();
     EXPECT_EQ(g_testPanels.size(), 3u);
-
     // Under the address sanitizer, touching the closed form here would fail the test.
     g_commandSystem->Execute("test_destroy_panel");
     EXPECT_TRUE(g_testPanels.empty());
@@ -320,37 +276,11 @@ TEST_F(TestCommands, DestroyLeavesAlonePanelsTheUserClosed) {
     EXPECT_TRUE(g_rootPanel->GetLayer(kLayerMenus)->visible);
 }
 
-// A real renderer, so that the texture manager loads and counts a real texture.
-class ImageTextures : public ::testing::Test {
-protected:
-    void SetUp() override {
-        SDL_SetHint(SDL_HINT_RENDER_DRIVER, "software");
-        // No GL context behind the window surface: the software renderer needs none.
-        SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
-        ASSERT_EQ(SDL_Init(SDL_INIT_VIDEO), 0) << SDL_GetError();
-        g_window = SDL_CreateWindow("images", 0, 0, 64, 64, SDL_WINDOW_HIDDEN);
-        g_renderer = NewSDLRenderer();
-        ASSERT_TRUE(g_window && g_renderer->Init());
-        ASSERT_TRUE(g_textureMgr->Init());
-        std::filesystem::create_directories("test/tex");
-        SDL_Surface* surface = SDL_CreateRGBSurfaceWithFormat(0, 4, 4, 32, SDL_PIXELFORMAT_RGBA32);
-        ASSERT_NE(surface, nullptr);
-        SDL_SaveBMP(surface, "test/tex/plain.bmp");
-        SDL_FreeSurface(surface);
-    }
-    void TearDown() override {
-        g_textureMgr->Shutdown();
-        delete g_renderer;
-        g_renderer = nullptr;
-        SDL_DestroyWindow(g_window);
-        g_window = nullptr;
-        SDL_Quit();
-    }
+using ImagePanels = OffscreenTest;
 
-    TempWorkDir dir_;
-};
-
-TEST_F(ImageTextures, ImagePanelsHoldTheirTextureUntilDestroyed) {
+TEST_F(ImagePanels, HoldTheirTextureUntilDestroyed) {
+    ASSERT_TRUE(g_textureMgr->Init());
+    dir_.WriteFile("test/tex/plain.bmp", TestDataFile("rgb24.bmp"));
     Panel* top = new Panel("top");
     ImagePanel* first = new ImagePanel("a");
     ImagePanel* second = new ImagePanel("b");

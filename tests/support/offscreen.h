@@ -1,0 +1,48 @@
+// A hidden window with the real SDLRenderer on SDL's software driver, in a temporary working
+// directory, with SDL_ttf up and a resource clock the test moves by hand. The window surface stays in
+// memory, so no GL driver loads; frames are read back before Present.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "render/draw_types.h"
+#include "support/engine_fixture.h"
+
+std::string ToString(Color c);
+
+// The bytes of a file under tests/data/; "" when it cannot be read.
+std::string TestDataFile(const std::string& name);
+
+// Passes when every channel is within the tolerance; the message gives both colours.
+::testing::AssertionResult SameColor(Color got, Color want, int tolerance = 0);
+
+// A frame read back from the renderer, RGBA.
+struct Frame {
+    int width = 0;
+    std::vector<Color> pixels;
+    Color At(int x, int y) const { return pixels[static_cast<size_t>(y) * static_cast<size_t>(width) + x]; }
+    bool operator==(const Frame& other) const;
+};
+
+class OffscreenTest : public ::testing::Test {
+protected:
+    explicit OffscreenTest(int width = 64, int height = 64) : width_(width), height_(height) {}
+    void SetUp() override;
+    void TearDown() override;
+
+    // Clears to the colour, runs draw and reads the frame back.
+    Frame Render(Color background, const std::function<void()>& draw) const;
+    // The pixel at (x, y) of what is drawn so far against the colour; the message names the place.
+    ::testing::AssertionResult PixelIs(int x, int y, Color want, int tolerance = 0) const;
+
+    const int width_;
+    const int height_;
+    TempWorkDir dir_;
+    // What g_resourceTicks returns.
+    static uint64_t now_;
+};

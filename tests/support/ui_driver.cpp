@@ -1,0 +1,32 @@
+#include "support/ui_driver.h"
+
+#include <SDL.h>
+
+#include "console/command_system.h"
+#include "engine/console_output.h"
+#include "input/input_system.h"
+
+void UiTest::SetUp() {
+    *g_inputSystem = InputSystem();
+    g_commandQueue.clear();
+    g_consoleText.clear();
+}
+
+void UiTest::Step(int x, int y, bool down) {
+    g_inputSystem->mouseX = x;
+    g_inputSystem->mouseY = y;
+    g_inputSystem->mouseButtons = down ? SDL_BUTTON_LMASK : 0;
+    top_->Update();
+}
+
+void UiTest::Click(int x, int y) {
+    Step(x, y, false);
+    Step(x, y, true);
+    Step(x, y, false);
+}
+
+void UiTest::Settle(int frames) {
+    for (int i = 0; i < frames; ++i) {
+        Step(-100, -100, false);
+    }
+}
