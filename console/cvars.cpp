@@ -2,6 +2,7 @@
 
 #include "engine/engine.h"
 #include "render/renderer.h"
+#include "render/shader_program.h"
 
 static void OnFrameDelayChanged(CVar* var) {
     g_frameDelay = ClampFrameDelay(var->intValue);
@@ -14,7 +15,12 @@ static void OnViewportChanged(CVar*) {
     UpdateViewportIfReady();
 }
 
-CVar cv_shader_reload("shader_reload", "0", false);
+// Every write rebuilds, whatever the value: writing the same value again is how a shader is retried.
+static void OnShaderReload(CVar*) {
+    ReloadModelShader();
+}
+
+CVar cv_shader_reload("shader_reload", "0", false, OnShaderReload);
 CVar cv_enable_screen_keyboard("enable_screen_keyboard", "1", true);
 CVar cv_frame_delay("frame_delay", "1", true, OnFrameDelayChanged);
 CVar cv_render_batching("render_batching", "1", true);

@@ -7,6 +7,7 @@
 #include "engine/console_output.h"
 #include "engine/engine.h"
 #include "resources/font_system.h"
+#include "ui/root_panel.h"
 
 std::vector<RendererFactory> availableRenderers;
 int32_t selectedRendererIndex = -1;
@@ -15,9 +16,17 @@ float g_viewportScale = 1.0f;
 
 static RendererFactoryNode* s_rendererFactoryHead = nullptr;
 
+// Nodes are kept in kind order, SDL before OpenGL, whatever order the linker runs the files' static
+// initialisers in: the list index is the ID the user sees and the order "switch_renderer" cycles in.
 RendererFactoryNode::RendererFactoryNode(const char* name, IRenderer* (*create)())
-    : factory{name, create}, next(s_rendererFactoryHead) {
-    s_rendererFactoryHead = this;
+    : factory{name, create}, next(nullptr) {
+    const int32_t kind = RendererKindFromName(name);
+    RendererFactoryNode** link = &s_rendererFactoryHead;
+    while (*link && RendererKindFromName((*link)->factory.name) <= kind) {
+        link = &(*link)->next;
+    }
+    next = *link;
+    *link = this;
 }
 
 int32_t RendererKindFromName(const char* name) {
@@ -146,6 +155,53 @@ float ComputeViewportScale(int width, int height, float requested, bool noClamp,
         scale = autoScale;
     }
     return scale;
+}
+
+float RefreshViewportScale() {
+    SDL_GetWindowSize(g_window, &g_windowWidth, &g_windowHeight);
+    float scale = ComputeViewportScale(g_windowWidth, g_windowHeight, cv_viewport_scale.floatValue,
+                                       cv_viewport_scale_noclamp.intValue != 0,
+                                       cv_viewport_autoscale.intValue != 0);
+    // A zero, negative or non-finite scale (a minimised window, a typo in the settings) would divide
+    // the UI by nothing: keep the last good one.
+    if (!(scale > 0.0f) || !std::isfinite(scale)) {
+        scale = g_viewportScale > 0.0f ? g_viewportScale : 1.0f;
+    }
+    g_viewportScale = scale;
+    return scale;
+}
+
+void ResizeRootPanelToWindow() {
+    if (g_rootPanel) {
+        g_rootPanel->height = PixelsToUiUnits(g_windowHeight);
+        g_rootPanel->width = PixelsToUiUnits(g_windowWidth);
+        g_rootPanel->OnResized();
+    }
+}
+
+int32_t TruncToInt(float f) {
+    // Saturate: a huge radius or length must not turn into undefined behaviour.
+    if (!(f == f)) {
+        return 0;
+    }
+    if (f >= 2147483520.0f) {
+        return INT32_MAX;
+    }
+    if (f <= -2147483648.0f) {
+        return INT32_MIN;
+    }
+    return static_cast<int32_t>(f);
+}
+
+ArrowHead ComputeArrowHead(Point p1, Point p2, int headLength, int headWidth) {
+    const float angle = std::atan2(static_cast<float>(p2.y - p1.y), static_cast<float>(p2.x - p1.x));
+    ArrowHead head;
+    head.base = {p2.x - TruncToInt(static_cast<float>(headLength) * std::cos(angle)),
+                 p2.y - TruncToInt(static_cast<float>(headLength) * std::sin(angle))};
+    const float half = static_cast<float>(headWidth) * 0.5f;
+    head.ox = TruncToInt(std::sin(angle) * half);
+    head.oy = TruncToInt(std::cos(angle) * half);
+    return head;
 }
 
 void IRenderer::DrawFontAtlas(int fontId) {

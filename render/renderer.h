@@ -59,8 +59,8 @@ struct RendererFactory {
     IRenderer* (*create)();
 };
 
-// A static node of the renderer list; each renderer's file declares one. Pushed at the head, so the
-// renderer whose file registers last is listed first.
+// A static node of the renderer list; each renderer's file declares one. The list is ordered by
+// renderer kind (SDLRenderer, then GLRenderer), not by the order the nodes are constructed in.
 struct RendererFactoryNode {
     RendererFactoryNode(const char* name, IRenderer* (*create)());
     RendererFactory factory;
@@ -103,6 +103,21 @@ int32_t PixelsToUiUnits(int32_t pixels);
 
 // The scale computation both renderers share. Returns the scale for a window of the given size.
 float ComputeViewportScale(int width, int height, float requested, bool noClamp, bool autoScale);
+// The device-independent half of UpdateViewportScale: reads the window size into g_windowWidth and
+// g_windowHeight, computes the scale from the cvars into g_viewportScale and returns it.
+float RefreshViewportScale();
+// Lays the root panel (if any) out at the window size in UI units and tells it it was resized.
+void ResizeRootPanelToWindow();
+
+// Float to int toward zero, saturating at the int range; NaN gives 0.
+int32_t TruncToInt(float f);
+// The head of an arrow from p1 to p2: the point on the shaft where the head starts and the offset of
+// the head's two back corners from it, (base.x - ox, base.y + oy) and (base.x + ox, base.y - oy).
+struct ArrowHead {
+    Point base;
+    int32_t ox, oy;
+};
+ArrowHead ComputeArrowHead(Point p1, Point p2, int headLength, int headWidth);
 
 // Allocates an SDLRenderer directly, outside the factory list (the creation fallback).
 IRenderer* NewSDLRenderer();

@@ -7,23 +7,8 @@
 #include "engine/engine.h"
 #include "resources/font_system.h"
 #include "resources/texture_mgr.h"
-#include "ui/root_panel.h"
 
 static const float kTwoPi = 6.2831855f;
-
-static int32_t Trunc(float f) {
-    // Saturate: a huge radius or length must not turn into undefined behaviour.
-    if (!(f == f)) {
-        return 0;
-    }
-    if (f >= 2147483520.0f) {
-        return INT32_MAX;
-    }
-    if (f <= -2147483648.0f) {
-        return INT32_MIN;
-    }
-    return static_cast<int32_t>(f);
-}
 
 static SDL_Vertex MakeVertex(float x, float y, Color c) {
     SDL_Vertex v;
@@ -46,8 +31,8 @@ static std::vector<Point> CirclePoints(Point center, int radius, int segments) {
     points.reserve(static_cast<size_t>(segments));
     for (int i = 0; i < segments; ++i) {
         const float angle = static_cast<float>(i) * kTwoPi / static_cast<float>(segments);
-        points.push_back(Point{center.x + Trunc(std::cos(angle) * static_cast<float>(radius)),
-                               center.y + Trunc(std::sin(angle) * static_cast<float>(radius))});
+        points.push_back(Point{center.x + TruncToInt(std::cos(angle) * static_cast<float>(radius)),
+                               center.y + TruncToInt(std::sin(angle) * static_cast<float>(radius))});
     }
     return points;
 }
@@ -111,23 +96,10 @@ void SDLRenderer::SetClipRect(const Rect* rect) {
 }
 
 void SDLRenderer::UpdateViewportScale() {
-    SDL_GetWindowSize(g_window, &g_windowWidth, &g_windowHeight);
-    float scale = ComputeViewportScale(g_windowWidth, g_windowHeight, cv_viewport_scale.floatValue,
-                                       cv_viewport_scale_noclamp.intValue != 0,
-                                       cv_viewport_autoscale.intValue != 0);
-    // A zero, negative or non-finite scale (a minimised window, a typo in the settings) would divide
-    // the UI by nothing: keep the last good one.
-    if (!(scale > 0.0f) || !std::isfinite(scale)) {
-        scale = g_viewportScale > 0.0f ? g_viewportScale : 1.0f;
-    }
-    g_viewportScale = scale;
+    const float scale = RefreshViewportScale();
     SDL_RenderSetScale(renderer, scale, scale);
     SDL_RenderSetViewport(renderer, nullptr);
-    if (g_rootPanel) {
-        g_rootPanel->height = PixelsToUiUnits(g_windowHeight);
-        g_rootPanel->width = PixelsToUiUnits(g_windowWidth);
-        g_rootPanel->OnResized();
-    }
+    ResizeRootPanelToWindow();
 }
 
 void SDLRenderer::Begin2D() {}
@@ -190,20 +162,15 @@ void SDLRenderer::DrawLine(Point p1, Point p2, Color color, int width) {
 }
 
 void SDLRenderer::DrawArrow(Point p1, Point p2, Color color, int width, int headLength, int headWidth) {
-    const float angle = std::atan2(static_cast<float>(p2.y - p1.y), static_cast<float>(p2.x - p1.x));
-    const Point base = {p2.x - Trunc(static_cast<float>(headLength) * std::cos(angle)),
-                        p2.y - Trunc(static_cast<float>(headLength) * std::sin(angle))};
-    const float half = static_cast<float>(headWidth) * 0.5f;
-    const int32_t ox = Trunc(std::sin(angle) * half);
-    const int32_t oy = Trunc(std::cos(angle) * half);
-    DrawLine(p1, base, color, width);
-    const SDL_Vertex head[3] = {
+    const ArrowHead head = ComputeArrowHead(p1, p2, headLength, headWidth);
+    DrawLine(p1, head.base, color, width);
+    const SDL_Vertex corners[3] = {
         MakeVertex(static_cast<float>(p2.x), static_cast<float>(p2.y), color),
-        MakeVertex(static_cast<float>(base.x - ox), static_cast<float>(base.y + oy), color),
-        MakeVertex(static_cast<float>(base.x + ox), static_cast<float>(base.y - oy), color),
+        MakeVertex(static_cast<float>(head.base.x - head.ox), static_cast<float>(head.base.y + head.oy), color),
+        MakeVertex(static_cast<float>(head.base.x + head.ox), static_cast<float>(head.base.y - head.oy), color),
     };
     static const int kIndices[3] = {0, 1, 2};
-    SDL_RenderGeometry(renderer, nullptr, head, 3, kIndices, 3);
+    SDL_RenderGeometry(renderer, nullptr, corners, 3, kIndices, 3);
 }
 
 void SDLRenderer::FillPolygon(const std::vector<Point>& points, int count, Color color) {

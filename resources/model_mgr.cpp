@@ -126,6 +126,7 @@ static void UploadGeometry(ModelRecord& model) {
     gl->bindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0);
     model.vertexBuffer = vertexBuffer;
     model.indexBuffer = indexBuffer;
+    model.bufferIndexCount = static_cast<uint32_t>(model.indices.size());
     model.uploaded = true;
     FreeArray(model.vertices);
     FreeArray(model.indices);
@@ -344,6 +345,7 @@ void ModelMgr::UnloadModel(int handle) {
     model.releaseTime = 0;
     DeleteBuffer(model.vertexBuffer);
     DeleteBuffer(model.indexBuffer);
+    model.bufferIndexCount = 0;
     model.uploaded = false;
 }
 

@@ -32,6 +32,8 @@ struct ModelRecord {
     int32_t refCount = 0;
     uint64_t releaseTime = 0;
     bool persistent = false;
+    // Indices in indexBuffer: once the CPU copy is gone, what keeps a section drawing inside it.
+    uint32_t bufferIndexCount = 0;
 };
 
 class IModelMgr {

@@ -117,7 +117,7 @@ TEST(EngineStartup, UnknownRendererFallsBackToSdlAndTheFallbackIsSaved) {
     dir.WriteFile("test/scripts/cvars.txt", "renderer_type \"glrenderer\"\n");
     LogCapture log;
     RunEngine([](int) { CommandGlobal("quit"); });
-    EXPECT_NE(log.text().find("Available renderers:\n-SDLRenderer\n"
+    EXPECT_NE(log.text().find("Available renderers:\n-SDLRenderer\n-GLRenderer\n"
                               "Unknown renderer 'glrenderer'. Falling back to SDLRenderer.\n"),
               std::string::npos)
         << log.text();

@@ -1,0 +1,605 @@
+#include "render/gl_renderer.h"
+
+#include <cmath>
+#include <cstdint>
+
+#include "console/cvars.h"
+#include "engine/console_output.h"
+#include "engine/engine.h"
+#include "render/shader_program.h"
+#include "resources/font_system.h"
+#include "resources/model_mgr.h"
+#include "resources/texture_mgr.h"
+
+GLFunctions g_gl;
+
+static const float kTwoPi = 6.2831855f;
+static const float kDegToRad = 0.017453292f;
+static const float kRadToDeg = 57.295776f;
+
+template <typename T>
+static bool Fetch(T& entry, const char* name) {
+    entry = reinterpret_cast<T>(SDL_GL_GetProcAddress(name));
+    return entry != nullptr;
+}
+
+bool LoadGLFunctions() {
+    GLFunctions f = {};
+    // Every entry point is fetched, so one missing name does not hide the others from a debugger.
+    bool ok = true;
+    ok &= Fetch(f.GenBuffers, "glGenBuffers");
+    ok &= Fetch(f.BindBuffer, "glBindBuffer");
+    ok &= Fetch(f.BufferData, "glBufferData");
+    ok &= Fetch(f.DeleteBuffers, "glDeleteBuffers");
+    ok &= Fetch(f.EnableVertexAttribArray, "glEnableVertexAttribArray");
+    ok &= Fetch(f.VertexAttribPointer, "glVertexAttribPointer");
+    ok &= Fetch(f.DisableVertexAttribArray, "glDisableVertexAttribArray");
+    ok &= Fetch(f.GetAttribLocation, "glGetAttribLocation");
+    ok &= Fetch(f.CreateShader, "glCreateShader");
+    ok &= Fetch(f.ShaderSource, "glShaderSource");
+    ok &= Fetch(f.CompileShader, "glCompileShader");
+    ok &= Fetch(f.GetShaderiv, "glGetShaderiv");
+    ok &= Fetch(f.GetShaderInfoLog, "glGetShaderInfoLog");
+    ok &= Fetch(f.DeleteShader, "glDeleteShader");
+    ok &= Fetch(f.CreateProgram, "glCreateProgram");
+    ok &= Fetch(f.AttachShader, "glAttachShader");
+    ok &= Fetch(f.LinkProgram, "glLinkProgram");
+    ok &= Fetch(f.GetProgramiv, "glGetProgramiv");
+    ok &= Fetch(f.GetProgramInfoLog, "glGetProgramInfoLog");
+    ok &= Fetch(f.UseProgram, "glUseProgram");
+    ok &= Fetch(f.DeleteProgram, "glDeleteProgram");
+    ok &= Fetch(f.GetUniformLocation, "glGetUniformLocation");
+    ok &= Fetch(f.Uniform1i, "glUniform1i");
+    ok &= Fetch(f.Uniform1f, "glUniform1f");
+    ok &= Fetch(f.UniformMatrix4fv, "glUniformMatrix4fv");
+    ok &= Fetch(f.UniformMatrix3fv, "glUniformMatrix3fv");
+    ok &= Fetch(f.Uniform3f, "glUniform3f");
+    // Half a table would let a caller that checks one pointer call a null one.
+    g_gl = ok ? f : GLFunctions{};
+    return ok;
+}
+
+static void SetColor(Color c) {
+    glColor4f(c.r / 255.0f, c.g / 255.0f, c.b / 255.0f, c.a / 255.0f);
+}
+
+static float F(int32_t n) {
+    return static_cast<float>(n);
+}
+
+static const char* GLText(GLenum name) {
+    const GLubyte* text = glGetString(name);
+    return text ? reinterpret_cast<const char*>(text) : "";
+}
+
+// Model files are not validated when loaded, and an uploaded model's indices live only on the GPU,
+// where only a robust context keeps a vertex number past the vertex buffer from reading outside it.
+// Drivers without robustness still get an ordinary context.
+static SDL_GLContext CreateContext() {
+    int flags = 0;
+    SDL_GL_GetAttribute(SDL_GL_CONTEXT_FLAGS, &flags);
+    SDL_GL_SetAttribute(SDL_GL_CONTEXT_FLAGS, flags | SDL_GL_CONTEXT_ROBUST_ACCESS_FLAG);
+    SDL_GLContext context = SDL_GL_CreateContext(g_window);
+    SDL_GL_SetAttribute(SDL_GL_CONTEXT_FLAGS, flags);
+    if (!context) {
+        context = SDL_GL_CreateContext(g_window);
+    }
+    return context;
+}
+
+// One textured quad over (x, y, w, h) with the whole texture.
+static void TexturedQuad(float x, float y, float w, float h) {
+    glBegin(GL_QUADS);
+    glTexCoord2f(0.0f, 0.0f);
+    glVertex2f(x, y);
+    glTexCoord2f(1.0f, 0.0f);
+    glVertex2f(x + w, y);
+    glTexCoord2f(1.0f, 1.0f);
+    glVertex2f(x + w, y + h);
+    glTexCoord2f(0.0f, 1.0f);
+    glVertex2f(x, y + h);
+    glEnd();
+}
+
+// Untextured drawing in a colour; lines also take their width.
+static void BeginFlat(Color color) {
+    glDisable(GL_TEXTURE_2D);
+    SetColor(color);
+}
+
+static void BeginLines(Color color, int width) {
+    BeginFlat(color);
+    glLineWidth(static_cast<float>(width));
+}
+
+static void TransformModel(float px, float py, float pz, float rx, float ry, float rz) {
+    glPushMatrix();
+    glTranslatef(px, py, pz);
+    glRotatef(rx, 1.0f, 0.0f, 0.0f);
+    glRotatef(ry, 0.0f, 1.0f, 0.0f);
+    glRotatef(rz, 0.0f, 0.0f, 1.0f);
+}
+
+// Binds a section's texture. A texture index outside the model's list (the file is not checked)
+// gets the fallback texture.
+static void BindSectionTexture(const ModelRecord& model, const ModelSection& section) {
+    int handle = 0;
+    if (section.textureIndex >= 0 && static_cast<size_t>(section.textureIndex) < model.textureHandles.size()) {
+        handle = model.textureHandles[section.textureIndex];
+    }
+    glBindTexture(GL_TEXTURE_2D, g_textureMgr->GetGLTexture(handle));
+}
+
+// A section's index count cut to the indices there are: runs past them come from a damaged file.
+static uint32_t ClampedRun(const ModelSection& section, uint64_t indexCount) {
+    const uint64_t first = section.firstIndex;
+    if (first >= indexCount) {
+        return 0;
+    }
+    const uint64_t left = indexCount - first;
+    return static_cast<uint32_t>(section.indexCount < left ? section.indexCount : left);
+}
+
+static void DrawModelImmediate(const ModelRecord& model) {
+    glColor3f(1.0f, 1.0f, 1.0f);
+    for (const ModelSection& section : model.sections) {
+        BindSectionTexture(model, section);
+        const size_t first = section.firstIndex;
+        const size_t end = first + ClampedRun(section, model.indices.size());
+        glBegin(GL_TRIANGLES);
+        for (size_t k = first; k < end; ++k) {
+            const uint32_t n = model.indices[k];
+            // A vertex number past the vertices is skipped; a robust context does the same on the GPU.
+            if (n >= model.vertices.size()) {
+                continue;
+            }
+            const ModelVertex& v = model.vertices[n];
+            glNormal3fv(&v.nx);
+            glTexCoord2fv(&v.u);
+            glVertex3fv(&v.px);
+        }
+        glEnd();
+    }
+}
+
+struct ModelAttribute {
+    const char* name;
+    GLint size;
+    uintptr_t offset;
+};
+
+static const ModelAttribute kModelAttributes[] = {
+    {"aPos", 3, 0},
+    {"aNormal", 3, 12},
+    {"aUV", 2, 24},
+};
+
+static void DrawModelWithProgram(const ModelRecord& model) {
+    g_gl.UseProgram(modelProgram);
+    g_gl.BindBuffer(GL_ARRAY_BUFFER, model.vertexBuffer);
+    g_gl.BindBuffer(GL_ELEMENT_ARRAY_BUFFER, model.indexBuffer);
+
+    GLint locations[3];
+    for (int i = 0; i < 3; ++i) {
+        const ModelAttribute& attribute = kModelAttributes[i];
+        locations[i] = g_gl.GetAttribLocation(modelProgram, attribute.name);
+        if (locations[i] != -1) {
+            g_gl.EnableVertexAttribArray(static_cast<GLuint>(locations[i]));
+            g_gl.VertexAttribPointer(static_cast<GLuint>(locations[i]), attribute.size, GL_FLOAT, GL_FALSE,
+                                     sizeof(ModelVertex), reinterpret_cast<const void*>(attribute.offset));
+        }
+    }
+    const GLint texture = g_gl.GetUniformLocation(modelProgram, "uTexture");
+    if (texture != -1) {
+        g_gl.Uniform1i(texture, 0);
+    }
+    const GLint light = g_gl.GetUniformLocation(modelProgram, "uLightDirection");
+    if (light != -1) {
+        g_gl.Uniform3f(light, 0.0f, 0.0f, 1.0f);
+    }
+
+    for (const ModelSection& section : model.sections) {
+        const uint32_t count = ClampedRun(section, model.bufferIndexCount);
+        if (count == 0) {
+            continue;
+        }
+        BindSectionTexture(model, section);
+        const uintptr_t offset = static_cast<uintptr_t>(section.firstIndex) * sizeof(uint32_t);
+        glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(count), GL_UNSIGNED_INT,
+                       reinterpret_cast<const void*>(offset));
+    }
+
+    for (GLint location : locations) {
+        if (location != -1) {
+            g_gl.DisableVertexAttribArray(static_cast<GLuint>(location));
+        }
+    }
+    g_gl.BindBuffer(GL_ARRAY_BUFFER, 0);
+    g_gl.BindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0);
+    g_gl.UseProgram(0);
+}
+
+GLRenderer::~GLRenderer() {
+    DeleteContext();
+    StoreViewportScale();
+}
+
+void GLRenderer::DeleteContext() {
+    if (context) {
+        SDL_GL_DeleteContext(context);
+        context = nullptr;
+        // The program went with the context; its name must not be used in a later one.
+        modelProgram = 0;
+    }
+}
+
+int GLRenderer::GetRendererId() {
+    return kRendererGL;
+}
+
+const char* GLRenderer::GetName() {
+    return "GLRenderer";
+}
+
+bool GLRenderer::Init() {
+    context = CreateContext();
+    if (!context) {
+        SysErrorMsgBox("Failed to init glContext: %s\nThis error might happen on laptops with dual GPUs\n"
+                       "(integrated + dedicated) if secondary monitor is connected.\n"
+                       "Try using dedicated GPU to run this application.\n",
+                       SDL_GetError());
+        return false;
+    }
+    SDL_GL_SetSwapInterval(0);
+    ConMsg("OpenGL Version: %s\n", GLText(GL_VERSION));
+    ConMsg("Renderer: %s\n", GLText(GL_RENDERER));
+    ConMsg("Vendor: %s\n", GLText(GL_VENDOR));
+    if (!LoadGLFunctions()) {
+        SysErrorMsgBox("Failed to load OpenGL functions\n");
+        return false;
+    }
+    if (!BuildModelShader()) {
+        SysErrorMsgBox("Failed to build shaders\n");
+        return false;
+    }
+    return true;
+}
+
+void GLRenderer::PostInit() {
+    glViewport(0, 0, g_windowWidth, g_windowHeight);
+    glEnable(GL_TEXTURE_2D);
+}
+
+void GLRenderer::Shutdown() {
+    DeleteContext();
+    StoreViewportScale();
+}
+
+void GLRenderer::Clear() {
+    glClear(GL_COLOR_BUFFER_BIT);
+}
+
+void GLRenderer::Present() {
+    SDL_GL_SwapWindow(g_window);
+}
+
+void GLRenderer::SetDrawColor(uint8_t r, uint8_t g, uint8_t b, uint8_t a) {
+    glClearColor(r / 255.0f, g / 255.0f, b / 255.0f, a / 255.0f);
+}
+
+void GLRenderer::SetBlendMode(int mode) {
+    glEnable(GL_BLEND);
+    switch (mode) {
+        case SDL_BLENDMODE_NONE:
+            glDisable(GL_BLEND);
+            break;
+        case SDL_BLENDMODE_BLEND:
+            glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+            break;
+        case SDL_BLENDMODE_ADD:
+            glBlendFunc(GL_SRC_ALPHA, GL_ONE);
+            break;
+        case SDL_BLENDMODE_MOD:
+            glBlendFunc(GL_DST_COLOR, GL_ZERO);
+            break;
+        default:
+            break;
+    }
+}
+
+void GLRenderer::SetClipRect(const Rect* rect) {
+    if (!rect) {
+        glDisable(GL_SCISSOR_TEST);
+        return;
+    }
+    glEnable(GL_SCISSOR_TEST);
+    // GL counts rows from the bottom of the window.
+    glScissor(rect->x, g_windowHeight - rect->y - rect->h, rect->w, rect->h);
+}
+
+void GLRenderer::UpdateViewportScale() {
+    RefreshViewportScale();
+    // The scale only lays out the UI; GL keeps drawing in window pixels.
+    glViewport(0, 0, g_windowWidth, g_windowHeight);
+    ResizeRootPanelToWindow();
+}
+
+void GLRenderer::Begin2D() {
+    glViewport(0, 0, g_windowWidth, g_windowHeight);
+    glMatrixMode(GL_PROJECTION);
+    glLoadIdentity();
+    glOrtho(0.0, g_windowWidth, g_windowHeight, 0.0, -1.0, 1.0);
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    glDisable(GL_DEPTH_TEST);
+    glDisable(GL_CULL_FACE);
+    glShadeModel(GL_FLAT);
+    glDisable(GL_LIGHTING);
+}
+
+static void LoadFrustum(float halfWidth, float halfHeight, float zNear, float zFar) {
+    glMatrixMode(GL_PROJECTION);
+    glLoadIdentity();
+    glFrustum(-halfWidth, halfWidth, -halfHeight, halfHeight, zNear, zFar);
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+}
+
+void GLRenderer::SetPerspective(float fovX, float fovY, float zNear, float zFar) {
+    LoadFrustum(std::tan(fovX * kDegToRad * 0.5f) * zNear, std::tan(fovY * kDegToRad * 0.5f) * zNear, zNear,
+                zFar);
+}
+
+void GLRenderer::Begin3D(int x, int y, int w, int h, float fov, float zNear, float zFar) {
+    glViewport(x, g_windowHeight - y - h, w, h);
+    // The horizontal extent takes fov as given; only the vertical one uses a sane angle.
+    const float halfWidth = std::tan(fov * kDegToRad * 0.5f) * zNear;
+    const float fovForHeight = fov < 1.0f || fov > 179.0f ? 90.0f : fov;
+    const float verticalFov = 2.0f * std::atan(std::tan(fovForHeight * kDegToRad * 0.5f) / (F(w) / F(h))) * kRadToDeg;
+    const float halfHeight = std::tan(verticalFov * kDegToRad * 0.5f) * zNear;
+    LoadFrustum(halfWidth, halfHeight, zNear, zFar);
+    glEnable(GL_DEPTH_TEST);
+    glEnable(GL_TEXTURE_2D);
+    glEnable(GL_CULL_FACE);
+    glCullFace(GL_BACK);
+    glShadeModel(GL_SMOOTH);
+    glClear(GL_DEPTH_BUFFER_BIT);
+    glEnable(GL_LIGHTING);
+    glEnable(GL_LIGHT0);
+    glEnable(GL_COLOR_MATERIAL);
+}
+
+Texture GLRenderer::CreateTexture(SDL_Surface* surface, const std::string& name, bool filter) {
+    Texture texture;
+    texture.name = name;
+    if (!surface) {
+        return texture;
+    }
+    texture.width = surface->w;
+    texture.height = surface->h;
+    // R, G, B, A bytes in memory: what GL_RGBA with GL_UNSIGNED_BYTE reads.
+    SDL_Surface* rgba = SDL_ConvertSurfaceFormat(surface, SDL_PIXELFORMAT_ABGR8888, 0);
+    if (!rgba) {
+        ConMsg("Failed to convert surface format!\n");
+        return texture;
+    }
+    GLuint glName = 0;
+    glGenTextures(1, &glName);
+    glBindTexture(GL_TEXTURE_2D, glName);
+    const GLint sampling = filter && cv_filter_textures.intValue != 0 ? GL_LINEAR : GL_NEAREST;
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, sampling);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, sampling);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, rgba->w, rgba->h, 0, GL_RGBA, GL_UNSIGNED_BYTE, rgba->pixels);
+    const GLenum error = glGetError();
+    if (error != GL_NO_ERROR) {
+        ConMsg("OpenGL Texture Creation Failed! Error code: %d\n", static_cast<int>(error));
+    }
+    SDL_FreeSurface(rgba);
+    texture.glTexture = glName;
+    return texture;
+}
+
+void GLRenderer::DrawTextureById(const Rect* rect, Color color, int id) {
+    glEnable(GL_TEXTURE_2D);
+    const uint32_t texture = g_textureMgr->GetGLTexture(id);
+    if (texture == 0 || !rect) {
+        return;
+    }
+    glBindTexture(GL_TEXTURE_2D, texture);
+    SetColor(color);
+    TexturedQuad(F(rect->x), F(rect->y), F(rect->w), F(rect->h));
+}
+
+void GLRenderer::DrawTexture(Texture texture, int x, int y) {
+    glEnable(GL_TEXTURE_2D);
+    if (texture.glTexture == 0) {
+        return;
+    }
+    glBindTexture(GL_TEXTURE_2D, texture.glTexture);
+    glColor4f(1.0f, 1.0f, 1.0f, 1.0f);
+    TexturedQuad(F(x), F(y), F(texture.width), F(texture.height));
+}
+
+void GLRenderer::DrawLine(Point p1, Point p2, Color color, int width) {
+    BeginLines(color, width);
+    // Pixel centres, with the far end pushed one pixel on so that its pixel is lit as well.
+    const float dx = p1.x < p2.x ? 1.1f : 0.1f;
+    const float dy = p1.y < p2.y ? 1.1f : 0.1f;
+    glBegin(GL_LINES);
+    glVertex2f(F(p1.x) + 0.1f, F(p1.y) + 0.1f);
+    glVertex2f(F(p2.x) + dx, F(p2.y) + dy);
+    glEnd();
+}
+
+void GLRenderer::DrawArrow(Point p1, Point p2, Color color, int width, int headLength, int headWidth) {
+    const ArrowHead head = ComputeArrowHead(p1, p2, headLength, headWidth);
+    SetColor(color);
+    DrawLine(p1, head.base, color, width);
+    glBegin(GL_TRIANGLES);
+    glVertex2f(F(p2.x), F(p2.y));
+    glVertex2f(F(head.base.x - head.ox), F(head.base.y + head.oy));
+    glVertex2f(F(head.base.x + head.ox), F(head.base.y - head.oy));
+    glEnd();
+}
+
+void GLRenderer::FillPolygon(const std::vector<Point>& points, int count, Color color) {
+    // The count may not exceed the points actually given.
+    if (count > static_cast<int>(points.size())) {
+        count = static_cast<int>(points.size());
+    }
+    if (count < 3) {
+        return;
+    }
+    BeginFlat(color);
+    glBegin(GL_TRIANGLES);
+    for (int i = 1; i <= count - 2; ++i) {
+        glVertex2f(F(points[0].x), F(points[0].y));
+        glVertex2f(F(points[i].x), F(points[i].y));
+        glVertex2f(F(points[i + 1].x), F(points[i + 1].y));
+    }
+    glEnd();
+}
+
+void GLRenderer::DrawPolygon(const std::vector<Point>& points, int count, int width, Color color) {
+    if (count > static_cast<int>(points.size())) {
+        count = static_cast<int>(points.size());
+    }
+    if (count < 2) {
+        return;
+    }
+    BeginLines(color, width);
+    glBegin(GL_LINE_LOOP);
+    for (int i = 0; i < count; ++i) {
+        glVertex2f(F(points[i].x), F(points[i].y));
+    }
+    glEnd();
+}
+
+static void CircleVertex(Point center, int radius, int i, int segments) {
+    const float angle = F(i) * kTwoPi / F(segments);
+    glVertex2f(F(center.x) + std::cos(angle) * F(radius), F(center.y) + std::sin(angle) * F(radius));
+}
+
+void GLRenderer::FillCircle(Point center, int radius, Color color, int segments) {
+    BeginFlat(color);
+    glBegin(GL_TRIANGLE_FAN);
+    glVertex2f(F(center.x), F(center.y));
+    // The last rim point repeats the first and closes the fan; no segments, no rim.
+    for (int i = 0; segments > 0 && i <= segments; ++i) {
+        CircleVertex(center, radius, i, segments);
+    }
+    glEnd();
+}
+
+void GLRenderer::DrawCircle(Point center, int radius, Color color, int width, int segments) {
+    if (segments < 3) {
+        return;
+    }
+    BeginLines(color, width);
+    glBegin(GL_LINE_LOOP);
+    for (int i = 0; i < segments; ++i) {
+        CircleVertex(center, radius, i, segments);
+    }
+    glEnd();
+}
+
+void GLRenderer::DrawRect(const Rect* rect, Color color) {
+    if (!rect) {
+        return;
+    }
+    BeginLines(color, 1);
+    // Through the centres of the border pixels.
+    const float left = F(rect->x) + 0.5f;
+    const float top = F(rect->y) + 0.5f;
+    const float right = F(rect->x) + F(rect->w) - 0.5f;
+    const float bottom = F(rect->y) + F(rect->h) - 0.5f;
+    glBegin(GL_LINE_LOOP);
+    glVertex2f(left, top);
+    glVertex2f(right, top);
+    glVertex2f(right, bottom);
+    glVertex2f(left, bottom);
+    glEnd();
+}
+
+void GLRenderer::FillRect(const Rect* rect, Color color) {
+    if (!rect) {
+        return;
+    }
+    BeginFlat(color);
+    const float x = F(rect->x);
+    const float y = F(rect->y);
+    glBegin(GL_QUADS);
+    glVertex2f(x, y);
+    glVertex2f(x + F(rect->w), y);
+    glVertex2f(x + F(rect->w), y + F(rect->h));
+    glVertex2f(x, y + F(rect->h));
+    glEnd();
+}
+
+void GLRenderer::DrawText(int fontId, const char* text, int x, int y) {
+    if (!text || !*text) {
+        return;
+    }
+    glEnable(GL_TEXTURE_2D);
+    FontRecord* font = g_fontSystem->GetFont(fontId);
+    if (!font || font->atlas.glTexture == 0 || font->atlas.width <= 0 || font->atlas.height <= 0) {
+        return;
+    }
+    glBindTexture(GL_TEXTURE_2D, font->atlas.glTexture);
+    glColor4f(1.0f, 1.0f, 1.0f, 1.0f);
+    const float atlasW = F(font->atlas.width);
+    const float atlasH = F(font->atlas.height);
+    float pen = F(x);
+    const float top = F(y);
+    glBegin(GL_QUADS);
+    for (const char* p = text; *p; ++p) {
+        const signed char c = static_cast<signed char>(*p);
+        // Control bytes and every byte of 128 or more (negative as signed) have no glyph.
+        if (c < 32) {
+            continue;
+        }
+        const Rect& g = font->glyphs[static_cast<unsigned char>(c)];
+        const float u0 = F(g.x) / atlasW, v0 = F(g.y) / atlasH;
+        const float u1 = F(g.x + g.w) / atlasW, v1 = F(g.y + g.h) / atlasH;
+        glTexCoord2f(u0, v0);
+        glVertex2f(pen, top);
+        glTexCoord2f(u1, v0);
+        glVertex2f(pen + F(g.w), top);
+        glTexCoord2f(u1, v1);
+        glVertex2f(pen + F(g.w), top + F(g.h));
+        glTexCoord2f(u0, v1);
+        glVertex2f(pen, top + F(g.h));
+        pen += F(g.w);
+    }
+    glEnd();
+}
+
+void GLRenderer::ReservedHook() {}
+
+void GLRenderer::SaveTextureBmp(SDL_Texture*, const std::string&) {}
+
+void GLRenderer::DrawModel(ModelRecord* model, float px, float py, float pz, float rx, float ry, float rz) {
+    if (!model) {
+        return;
+    }
+    if (model->uploaded) {
+        // No immediate-mode fallback: the CPU copies of an uploaded model are gone.
+        if (model->vertexBuffer == 0 || model->indexBuffer == 0 || modelProgram == 0) {
+            return;
+        }
+        glMatrixMode(GL_MODELVIEW);
+        TransformModel(px, py, pz, rx, ry, rz);
+        DrawModelWithProgram(*model);
+        glPopMatrix();
+        return;
+    }
+    TransformModel(px, py, pz, rx, ry, rz);
+    DrawModelImmediate(*model);
+    glPopMatrix();
+}
+
+static IRenderer* CreateGLRenderer() {
+    return new GLRenderer();
+}
+
+static RendererFactoryNode s_glRendererFactory("GLRenderer", CreateGLRenderer);
