@@ -4,67 +4,59 @@
 #include <algorithm>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "support/desktop.h"
 #include "support/engine_fixture.h"
 
 namespace fs = std::filesystem;
 
-// The host runs without X here: the offscreen video driver gives it a real window surface.
-static const std::vector<std::string> kOffscreen = {"SDL_VIDEODRIVER=offscreen"};
+namespace {
 
-TEST(Host, HelpAndVersionExitZeroAndUnknownOptionsExitTwoWithUsage) {
+// Runs the host without X, in the directory, on the offscreen video driver unless env says otherwise;
+// returns the exit status and fills the output.
+int RunHost(const TempWorkDir& dir, const std::vector<std::string>& args, std::string* out,
+            const std::string& videoDriver = "offscreen") {
+    VormiProcess run("", dir.path(), args, {"SDL_VIDEODRIVER=" + videoDriver});
+    const int status = run.Wait(60);
+    *out = run.output();
+    return status;
+}
+
+}  // namespace
+
+TEST(Host, OptionsHelpVersionUsageFramesStatsExecAndSet) {
     TempWorkDir dir;
-    {
-        VormiProcess help("", dir.path(), {"--help"}, kOffscreen);
-        EXPECT_EQ(help.Wait(10), 0);
-        EXPECT_NE(help.output().find("--frames N"), std::string::npos);
-    }
-    {
-        VormiProcess version("", dir.path(), {"--version"}, kOffscreen);
-        EXPECT_EQ(version.Wait(10), 0);
-        EXPECT_EQ(version.output().rfind("vormi ", 0), 0u);
-    }
+    std::string out;
+    EXPECT_EQ(RunHost(dir, {"--help"}, &out), 0);
+    EXPECT_NE(out.find("--frames N"), std::string::npos);
+    EXPECT_EQ(RunHost(dir, {"--version"}, &out), 0);
+    EXPECT_EQ(out.rfind("vormi ", 0), 0u);
     for (const std::vector<std::string>& bad : {std::vector<std::string>{"--bogus"},
                                                  std::vector<std::string>{"--frames", "zero"},
                                                  std::vector<std::string>{"--frames"}}) {
-        VormiProcess run("", dir.path(), bad, kOffscreen);
-        EXPECT_EQ(run.Wait(10), 2);
-        EXPECT_NE(run.output().find("Usage: vormi"), std::string::npos) << run.output();
+        EXPECT_EQ(RunHost(dir, bad, &out), 2) << bad[0];
+        EXPECT_NE(out.find("Usage: vormi"), std::string::npos) << out;
     }
-}
 
-TEST(Host, FramesOptionQuitsInAnOrderlyWayAndStatsArePrinted) {
-    TempWorkDir dir;
-    VormiProcess run("", dir.path(), {"--frames", "5", "--stats", "--exec", "testcmd", "--exec", "fps"}, kOffscreen);
-    ASSERT_EQ(run.Wait(60), 0) << run.output();
-    const std::string out = run.output();
-    EXPECT_NE(out.find("Entering main loop"), std::string::npos);
-    EXPECT_NE(out.find("Test command Global"), std::string::npos);
-    EXPECT_NE(out.find("FPS: "), std::string::npos);
-    EXPECT_NE(out.find("stats: frames=6 "), std::string::npos) << out;
-    EXPECT_NE(out.find("median_ms="), std::string::npos);
-    bool saved = false;
-    dir.ReadFile("test/scripts/cvars.txt", &saved);
-    EXPECT_TRUE(saved) << "an orderly quit saves the settings";
-}
-
-TEST(Host, SetOptionReachesTheStoreAndUnknownNamesAreReported) {
-    TempWorkDir dir;
-    VormiProcess run("", dir.path(), {"-C", dir.path() + "/test/..", "--frames", "2", "--set", "frame_delay 7",
-                                      "--set", "no_such_setting 1"},
-                     kOffscreen);
-    ASSERT_EQ(run.Wait(60), 0) << run.output();
-    EXPECT_NE(run.output().find("vormi: --set: unknown console variable 'no_such_setting'"), std::string::npos)
-        << run.output();
-    EXPECT_NE(dir.ReadFile("test/scripts/cvars.txt").find("frame_delay \"7\"\n"), std::string::npos);
+    ASSERT_EQ(RunHost(dir, {"-C", dir.path() + "/test/..", "--frames", "5", "--stats", "--exec", "testcmd", "--exec",
+                            "fps", "--set", "frame_delay 7", "--set", "no_such_setting 1"},
+                      &out),
+              0)
+        << out;
+    for (const char* expected : {"Entering main loop", "Test command Global", "FPS: ", "stats: frames=6 ", "median_ms=",
+                                 "vormi: --set: unknown console variable 'no_such_setting'"}) {
+        EXPECT_NE(out.find(expected), std::string::npos) << expected << " in:\n" << out;
+    }
+    EXPECT_NE(dir.ReadFile("test/scripts/cvars.txt").find("frame_delay \"7\"\n"), std::string::npos)
+        << "an orderly quit saves the settings";
 }
 
 TEST(Host, FailingStartUpExitsOnePromptly) {
     TempWorkDir dir;
-    VormiProcess run("", dir.path(), {}, {"SDL_VIDEODRIVER=nonexistent"});
-    EXPECT_EQ(run.Wait(30), 1) << run.output();
-    EXPECT_NE(run.output().find("SDL_Init Error: "), std::string::npos) << run.output();
+    std::string out;
+    EXPECT_EQ(RunHost(dir, {}, &out, "nonexistent"), 1) << out;
+    EXPECT_NE(out.find("SDL_Init Error: "), std::string::npos) << out;
 }
 
 TEST(Host, MissingOrForeignLibraryExitsTwoWithOneLine) {
@@ -82,13 +74,11 @@ TEST(Host, MissingOrForeignLibraryExitsTwoWithOneLine) {
     EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 1) << out;
 
     // A library of that name that is not the engine: it lacks the exports.
-    const char* const kOtherLibraries[] = {"/lib/x86_64-linux-gnu/libm.so.6", "/usr/lib/x86_64-linux-gnu/libm.so.6",
-                                           "/lib64/libm.so.6", "/usr/lib/libm.so.6"};
     const char* other = nullptr;
-    for (const char* candidate : kOtherLibraries) {
-        if (fs::exists(candidate)) {
+    for (const char* candidate : {"/lib/x86_64-linux-gnu/libm.so.6", "/usr/lib/x86_64-linux-gnu/libm.so.6",
+                                  "/lib64/libm.so.6", "/usr/lib/libm.so.6"}) {
+        if (!other && fs::exists(candidate)) {
             other = candidate;
-            break;
         }
     }
     if (!other) {

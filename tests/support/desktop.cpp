@@ -13,10 +13,24 @@
 #include <sstream>
 #include <thread>
 
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+Clock::time_point Deadline(double seconds) {
+    return Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+}
+
+void Reap(pid_t pid, int signal) {
+    kill(pid, signal);
+    int status;
+    waitpid(pid, &status, 0);
+}
+
+}  // namespace
+
 std::string ToString(RGB c) {
-    char text[32];
-    std::snprintf(text, sizeof(text), "(%d,%d,%d)", c.r, c.g, c.b);
-    return text;
+    return "(" + std::to_string(c.r) + "," + std::to_string(c.g) + "," + std::to_string(c.b) + ")";
 }
 
 RGB Image::At(int x, int y) const {
@@ -27,17 +41,23 @@ RGB Image::At(int x, int y) const {
     return RGB{pixels[i], pixels[i + 1], pixels[i + 2]};
 }
 
+int DarkPixels(const Image& image, int x0, int y0, int w, int h, int maxSum) {
+    int dark = 0;
+    for (int y = y0; y < y0 + h; ++y) {
+        for (int x = x0; x < x0 + w; ++x) {
+            const RGB c = image.At(x, y);
+            dark += (c.r + c.g + c.b < maxSum) ? 1 : 0;
+        }
+    }
+    return dark;
+}
+
 void SleepSeconds(double seconds) {
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
 }
 
-static bool OnPath(const char* tool) {
-    const std::string command = std::string("command -v ") + tool + " >/dev/null 2>&1";
-    return std::system(command.c_str()) == 0;
-}
-
 bool DesktopToolsAvailable() {
-    return OnPath("Xvfb") && OnPath("xdotool") && OnPath("import");
+    return std::system("(command -v Xvfb && command -v xdotool && command -v import) >/dev/null 2>&1") == 0;
 }
 
 XServer::XServer(int width, int height) {
@@ -72,9 +92,7 @@ XServer::XServer(int width, int height) {
 
 XServer::~XServer() {
     if (pid_ > 0) {
-        kill(pid_, SIGTERM);
-        int status;
-        waitpid(pid_, &status, 0);
+        Reap(pid_, SIGTERM);
     }
 }
 
@@ -90,18 +108,13 @@ VormiProcess::VormiProcess(const std::string& display, const std::string& workDi
         }
         dup2(logFd, 1);
         dup2(logFd, 2);
-        if (display.empty()) {
-            unsetenv("DISPLAY");
-        } else {
-            setenv("DISPLAY", display.c_str(), 1);
-        }
+        display.empty() ? unsetenv("DISPLAY") : setenv("DISPLAY", display.c_str(), 1);
         unsetenv("SDL_VIDEODRIVER");
         setenv("SDL_AUDIODRIVER", "dummy", 1);
         for (const std::string& assignment : extraEnv) {
             putenv(strdup(assignment.c_str()));
         }
-        std::vector<char*> argv;
-        argv.push_back(const_cast<char*>(VORMI_HOST_PATH));
+        std::vector<char*> argv = {const_cast<char*>(VORMI_HOST_PATH)};
         for (const std::string& arg : args) {
             argv.push_back(const_cast<char*>(arg.c_str()));
         }
@@ -114,9 +127,7 @@ VormiProcess::VormiProcess(const std::string& display, const std::string& workDi
 
 VormiProcess::~VormiProcess() {
     if (Running()) {
-        kill(pid_, SIGKILL);
-        int status;
-        waitpid(pid_, &status, 0);
+        Reap(pid_, SIGKILL);
     }
     unlink(logPath_.c_str());
 }
@@ -126,8 +137,7 @@ bool VormiProcess::Running() {
         return false;
     }
     int status = 0;
-    const pid_t r = waitpid(pid_, &status, WNOHANG);
-    if (r == 0) {
+    if (waitpid(pid_, &status, WNOHANG) == 0) {
         return true;
     }
     status_ = WIFEXITED(status) ? WEXITSTATUS(status) : -2;
@@ -135,12 +145,10 @@ bool VormiProcess::Running() {
 }
 
 int VormiProcess::Wait(double timeoutSeconds) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(timeoutSeconds);
+    const Clock::time_point deadline = Deadline(timeoutSeconds);
     while (Running()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            kill(pid_, SIGKILL);
-            int status;
-            waitpid(pid_, &status, 0);
+        if (Clock::now() > deadline) {
+            Reap(pid_, SIGKILL);
             status_ = -2;
             return -1;
         }
@@ -157,33 +165,25 @@ std::string VormiProcess::output() const {
 }
 
 std::string Desktop::Shell(const std::string& command, int* exitCode) const {
-    const std::string full = "DISPLAY=" + display_ + " " + command;
-    FILE* pipe = popen(full.c_str(), "r");
+    FILE* pipe = popen(("DISPLAY=" + display_ + " " + command).c_str(), "r");
     std::string out;
-    if (!pipe) {
-        if (exitCode) {
-            *exitCode = -1;
-        }
-        return out;
-    }
     char buffer[4096];
     size_t n;
-    while ((n = fread(buffer, 1, sizeof(buffer), pipe)) > 0) {
+    while (pipe && (n = fread(buffer, 1, sizeof(buffer), pipe)) > 0) {
         out.append(buffer, n);
     }
-    const int status = pclose(pipe);
+    const int status = pipe ? pclose(pipe) : -1;
     if (exitCode) {
-        *exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        *exitCode = (status != -1 && WIFEXITED(status)) ? WEXITSTATUS(status) : -1;
     }
     return out;
 }
 
 unsigned long Desktop::FindWindow(const std::string& title, double timeoutSeconds) const {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(timeoutSeconds);
-    while (std::chrono::steady_clock::now() < deadline) {
+    const Clock::time_point deadline = Deadline(timeoutSeconds);
+    while (Clock::now() < deadline) {
         const std::string out = Shell("xdotool search --onlyvisible --name '^" + title + "$' 2>/dev/null");
-        const unsigned long id = std::strtoul(out.c_str(), nullptr, 10);
-        if (id != 0) {
+        if (const unsigned long id = std::strtoul(out.c_str(), nullptr, 10)) {
             return id;
         }
         SleepSeconds(0.1);
@@ -192,24 +192,19 @@ unsigned long Desktop::FindWindow(const std::string& title, double timeoutSecond
 }
 
 bool Desktop::WindowGeometry(unsigned long window, int* x, int* y, int* w, int* h) const {
-    const std::string out = Shell("xdotool getwindowgeometry --shell " + std::to_string(window));
-    int values[4] = {0, 0, 0, 0};
+    std::istringstream lines(Shell("xdotool getwindowgeometry --shell " + std::to_string(window)));
+    int* const values[4] = {x, y, w, h};
+    const char* const keys[4] = {"X=", "Y=", "WIDTH=", "HEIGHT="};
     int found = 0;
-    static const char* const kKeys[4] = {"X=", "Y=", "WIDTH=", "HEIGHT="};
-    std::istringstream lines(out);
     std::string line;
     while (std::getline(lines, line)) {
         for (int i = 0; i < 4; ++i) {
-            if (line.rfind(kKeys[i], 0) == 0) {
-                values[i] = std::atoi(line.c_str() + std::strlen(kKeys[i]));
+            if (line.rfind(keys[i], 0) == 0) {
+                *values[i] = std::atoi(line.c_str() + std::strlen(keys[i]));
                 ++found;
             }
         }
     }
-    *x = values[0];
-    *y = values[1];
-    *w = values[2];
-    *h = values[3];
     return found == 4;
 }
 
@@ -221,12 +216,9 @@ Image Desktop::Capture(unsigned long window) const {
     std::string magic;
     int w = 0, h = 0, max = 0;
     header >> magic >> w >> h >> max;
-    if (magic != "P6" || w <= 0 || h <= 0 || max != 255) {
-        return image;
-    }
     const size_t offset = static_cast<size_t>(header.tellg()) + 1;
     const size_t size = static_cast<size_t>(w) * static_cast<size_t>(h) * 3;
-    if (data.size() < offset + size) {
+    if (magic != "P6" || w <= 0 || h <= 0 || max != 255 || data.size() < offset + size) {
         return image;
     }
     image.width = w;
@@ -236,15 +228,12 @@ Image Desktop::Capture(unsigned long window) const {
 }
 
 RGB Desktop::WaitForPixel(unsigned long window, int x, int y, RGB want, double timeoutSeconds) const {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(timeoutSeconds);
-    RGB got{0, 0, 0};
-    do {
-        got = Capture(window).At(x, y);
-        if (got == want) {
-            return got;
-        }
+    const Clock::time_point deadline = Deadline(timeoutSeconds);
+    RGB got = Capture(window).At(x, y);
+    while (got != want && Clock::now() < deadline) {
         SleepSeconds(0.1);
-    } while (std::chrono::steady_clock::now() < deadline);
+        got = Capture(window).At(x, y);
+    }
     return got;
 }
 
@@ -263,8 +252,7 @@ void Desktop::Type(unsigned long window, const std::string& text) const {
 }
 
 void Desktop::MouseMove(unsigned long window, int x, int y) const {
-    Shell("xdotool mousemove --window " + std::to_string(window) + " " + std::to_string(x) + " " +
-          std::to_string(y));
+    Shell("xdotool mousemove --window " + std::to_string(window) + " " + std::to_string(x) + " " + std::to_string(y));
 }
 
 void Desktop::MouseMoveRelative(int dx, int dy) const {
@@ -297,4 +285,43 @@ bool Desktop::RequestClose(unsigned long window) const {
     int status = -1;
     Shell(std::string(VORMI_CLOSE_PATH) + " " + std::to_string(window), &status);
     return status == 0;
+}
+
+void DesktopTest::SetUp() {
+    ASSERT_TRUE(DesktopToolsAvailable()) << "Xvfb, xdotool or ImageMagick's import is missing";
+    x_.reset(new XServer());
+    ASSERT_TRUE(x_->ok()) << "Xvfb did not start";
+    desk_.reset(new Desktop(x_->display()));
+}
+
+void DesktopTest::TearDown() {
+    if (vormi_ && vormi_->Running()) {
+        Close();
+    }
+    vormi_.reset();
+    x_.reset();
+}
+
+void DesktopTest::Start(const std::vector<std::string>& args, const std::string& cvars) {
+    if (!cvars.empty()) {
+        dir_.WriteFile("test/scripts/cvars.txt", cvars);
+    }
+    vormi_.reset(new VormiProcess(x_->display(), dir_.path(), args));
+    window_ = desk_->FindWindow("Vormi Engine");
+    ASSERT_NE(window_, 0u) << vormi_->output();
+}
+
+std::string DesktopTest::Close() {
+    EXPECT_TRUE(desk_->RequestClose(window_));
+    EXPECT_EQ(vormi_->Wait(20), 0) << vormi_->output();
+    return dir_.ReadFile("test/scripts/cvars.txt");
+}
+
+::testing::AssertionResult DesktopTest::Shows(int x, int y, RGB want, const char* what) const {
+    const RGB got = desk_->WaitForPixel(window_, x, y, want);
+    if (got == want) {
+        return ::testing::AssertionSuccess();
+    }
+    return ::testing::AssertionFailure() << what << " at (" << x << ", " << y << "): expected " << ToString(want)
+                                         << ", got " << ToString(got);
 }

@@ -3,11 +3,15 @@
 // capturing it, and a WM_DELETE_WINDOW close request as a window manager would send it.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <sys/types.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
+
+#include "support/engine_fixture.h"
 
 struct RGB {
     uint8_t r, g, b;
@@ -20,9 +24,12 @@ struct Image {
     int width = 0;
     int height = 0;
     std::vector<uint8_t> pixels;  // RGB, row by row
-    RGB At(int x, int y) const;
+    RGB At(int x, int y) const;   // black outside the image
     bool empty() const { return width == 0; }
 };
+
+// Pixels of the rectangle whose r + g + b is below maxSum: the ink of dark text.
+int DarkPixels(const Image& image, int x0, int y0, int w, int h, int maxSum);
 
 class XServer {
 public:
@@ -97,3 +104,23 @@ void SleepSeconds(double seconds);
 
 // True when the tools the desktop tests need (Xvfb, xdotool, import) are installed.
 bool DesktopToolsAvailable();
+
+// A desktop test on a private 1280x720 X server; a host still running at the end is closed as a user
+// would close it and must exit 0.
+class DesktopTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+    // Writes cvars.txt when given, starts the host and finds its window.
+    void Start(const std::vector<std::string>& args, const std::string& cvars = "");
+    // Closes the window and expects an orderly exit; returns the settings file it saved.
+    std::string Close();
+    // Waits for the colour at (x, y); the message names the place, the wanted and the last colour.
+    ::testing::AssertionResult Shows(int x, int y, RGB want, const char* what = "") const;
+
+    TempWorkDir dir_;
+    std::unique_ptr<XServer> x_;
+    std::unique_ptr<Desktop> desk_;
+    std::unique_ptr<VormiProcess> vormi_;
+    unsigned long window_ = 0;
+};
