@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <new>
+#include <string>
 
 #include "console/command_system.h"
 #include "engine/engine.h"
@@ -55,9 +56,10 @@ void operator delete[](void* p, std::align_val_t) noexcept { std::free(p); }
 void operator delete(void* p, std::size_t, std::align_val_t) noexcept { std::free(p); }
 void operator delete[](void* p, std::size_t, std::align_val_t) noexcept { std::free(p); }
 
-TEST(SteadyState, FramesAllocateNothingOnceTheSceneIsBuilt) {
+// Builds the scene, lets it settle and returns what 30 whole frames allocate.
+static long SteadyFrameAllocations(const std::string& cvars) {
     TempWorkDir dir;
-    dir.WriteFile("test/scripts/cvars.txt", "debug_drawoutline 1\nframe_delay 0\n");
+    dir.WriteFile("test/scripts/cvars.txt", cvars);
     long allocations = -1;
     RunEngine([&](int frame) {
         if (frame == 0) {
@@ -86,5 +88,13 @@ TEST(SteadyState, FramesAllocateNothingOnceTheSceneIsBuilt) {
             CommandGlobal("quit");
         }
     });
-    EXPECT_EQ(allocations, 0);
+    return allocations;
+}
+
+TEST(SteadyState, FramesAllocateNothingOnceTheSceneIsBuilt) {
+    EXPECT_EQ(SteadyFrameAllocations("debug_drawoutline 1\nframe_delay 0\n"), 0);
+}
+
+TEST(SteadyState, GLFramesAllocateNothingOnceTheSceneIsBuilt) {
+    EXPECT_EQ(SteadyFrameAllocations("debug_drawoutline 1\nframe_delay 0\nrenderer_type GLRenderer\n"), 0);
 }

@@ -15,6 +15,7 @@
 #include "resources/model_mgr.h"
 #include "resources/texture_mgr.h"
 #include "support/engine_fixture.h"
+#include "support/offscreen.h"
 
 namespace {
 
@@ -69,11 +70,7 @@ protected:
     }
     static void Expect(const std::vector<Probe>& probes) {
         for (const Probe& p : probes) {
-            const Color got = Pixel(p.x, p.y);
-            char text[96];
-            std::snprintf(text, sizeof(text), "at (%d,%d) expected %d,%d,%d got %d,%d,%d", p.x, p.y, p.want.r,
-                          p.want.g, p.want.b, got.r, got.g, got.b);
-            EXPECT_TRUE(got.r == p.want.r && got.g == p.want.g && got.b == p.want.b) << text;
+            EXPECT_TRUE(SameColor(Pixel(p.x, p.y), p.want)) << " at (" << p.x << "," << p.y << ")";
         }
     }
     TempWorkDir dir;
