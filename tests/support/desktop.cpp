@@ -23,8 +23,7 @@ Clock::time_point Deadline(double seconds) {
 
 void Reap(pid_t pid, int signal) {
     kill(pid, signal);
-    int status;
-    waitpid(pid, &status, 0);
+    waitpid(pid, nullptr, 0);
 }
 
 }  // namespace
@@ -37,7 +36,7 @@ RGB Image::At(int x, int y) const {
     if (x < 0 || y < 0 || x >= width || y >= height) {
         return RGB{0, 0, 0};
     }
-    const size_t i = (static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 3;
+    const size_t i = (static_cast<size_t>(y) * width + x) * 3;
     return RGB{pixels[i], pixels[i + 1], pixels[i + 2]};
 }
 
@@ -192,20 +191,8 @@ unsigned long Desktop::FindWindow(const std::string& title, double timeoutSecond
 }
 
 bool Desktop::WindowGeometry(unsigned long window, int* x, int* y, int* w, int* h) const {
-    std::istringstream lines(Shell("xdotool getwindowgeometry --shell " + std::to_string(window)));
-    int* const values[4] = {x, y, w, h};
-    const char* const keys[4] = {"X=", "Y=", "WIDTH=", "HEIGHT="};
-    int found = 0;
-    std::string line;
-    while (std::getline(lines, line)) {
-        for (int i = 0; i < 4; ++i) {
-            if (line.rfind(keys[i], 0) == 0) {
-                *values[i] = std::atoi(line.c_str() + std::strlen(keys[i]));
-                ++found;
-            }
-        }
-    }
-    return found == 4;
+    const std::string out = Shell("xdotool getwindowgeometry --shell " + std::to_string(window));
+    return std::sscanf(out.c_str(), "WINDOW=%*u X=%d Y=%d WIDTH=%d HEIGHT=%d", x, y, w, h) == 4;
 }
 
 Image Desktop::Capture(unsigned long window) const {

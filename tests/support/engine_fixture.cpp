@@ -51,9 +51,7 @@ void TempWorkDir::WriteFile(const std::string& relative, const std::string& cont
 
 std::string TempWorkDir::ReadFile(const std::string& relative, bool* exists) const {
     std::ifstream in(fs::path(path_) / relative, std::ios::binary);
-    if (exists) {
-        *exists = in.is_open();
-    }
+    if (exists) *exists = in.is_open();
     std::ostringstream text;
     text << in.rdbuf();
     return in.is_open() ? text.str() : std::string();
@@ -73,17 +71,9 @@ LogCapture::LogCapture() {
     SDL_LogSetOutputFunction(CaptureLog, nullptr);
 }
 
-LogCapture::~LogCapture() {
-    SDL_LogSetOutputFunction(nullptr, nullptr);
-}
-
-const std::string& LogCapture::text() const {
-    return s_captured;
-}
-
-void LogCapture::Clear() {
-    s_captured.clear();
-}
+LogCapture::~LogCapture() { SDL_LogSetOutputFunction(nullptr, nullptr); }
+const std::string& LogCapture::text() const { return s_captured; }
+void LogCapture::Clear() { s_captured.clear(); }
 
 static std::function<void(int)> s_onFrame;
 static std::function<void()> s_onStart;
@@ -91,9 +81,7 @@ static int s_frame = 0;
 static int s_maxFrames = 0;
 
 static void StartHook(IEngineCommon*) {
-    if (s_onStart) {
-        s_onStart();
-    }
+    if (s_onStart) s_onStart();
 }
 
 static void FrameHook(IEngineCommon*) {
@@ -125,8 +113,5 @@ EngineRunResult RunEngine(const std::function<void(int)>& onFrame, const std::fu
 }
 
 size_t FindAfter(const std::string& haystack, const std::string& needle, size_t from) {
-    if (from == std::string::npos) {
-        return std::string::npos;
-    }
-    return haystack.find(needle, from);
+    return from == std::string::npos ? std::string::npos : haystack.find(needle, from);
 }

@@ -109,18 +109,16 @@ TEST_F(PanelTest, HoverGoesToTheFrontmostPanelInsideHalfOpenRects) {
     Probe* front = Add(top_, "front", 50, 50, 100, 100);
     Probe* overhang = Add(top_, "overhang", 350, 250, 100, 100);
     Settle();
+    // The right and bottom edges are outside; only the part inside the parent takes the mouse.
     const struct {
         int x, y;
-        Probe* hovered;  // the one probe hovered, or none
-        const char* what;
-    } cases[] = {{60, 60, front, "overlap"},          {149, 149, front, "last pixel inside"},
-                 {150, 60, nullptr, "the right edge is outside"}, {60, 150, nullptr, "the bottom edge is outside"},
-                 {20, 20, back, "back alone"},
-                 {420, 260, nullptr, "only the part inside the parent takes the mouse"}};
+        Probe* hovered;
+    } cases[] = {{60, 60, front}, {149, 149, front}, {150, 60, nullptr}, {60, 150, nullptr},
+                 {20, 20, back},  {420, 260, nullptr}};
     for (const auto& c : cases) {
         Step(c.x, c.y, false);
         for (Probe* p : {back, front, overhang}) {
-            EXPECT_EQ(p->hovered, p == c.hovered) << p->name << ": " << c.what;
+            EXPECT_EQ(p->hovered, p == c.hovered) << p->name << " at " << c.x << "," << c.y;
         }
     }
 }
@@ -133,15 +131,12 @@ TEST_F(PanelTest, OnlyAPressThatStartsOverThePanelClicks) {
     Step(20, 20, false);
     EXPECT_EQ(0, button->clicks) << "pressed outside, dragged in, released inside";
     Click(20, 20);
-    EXPECT_EQ(1, button->clicks);
-    EXPECT_TRUE(button->focused);
+    EXPECT_TRUE(button->clicks == 1 && button->focused);
 
     Step(20, 20, true);
     Step(100, 100, true);
     Step(100, 100, false);
-    EXPECT_EQ(1, button->releasedOutside);
-    EXPECT_EQ(1, button->clicks) << "released outside";
-    EXPECT_FALSE(button->pressed);
+    EXPECT_TRUE(button->releasedOutside == 1 && button->clicks == 1 && !button->pressed) << "released outside";
     Step(100, 100, true);
     EXPECT_FALSE(button->focused) << "a press elsewhere takes the focus";
 }
@@ -151,11 +146,9 @@ TEST_F(PanelTest, ClosePanelRemovesTheSubtreeAtTheParentsNextUpdate) {
     Add(form, "inner", 0, 0, 10, 10);
     Settle(2);
     form->HandleCommand("close_panel");
-    EXPECT_EQ(nullptr, top_->FindChild("form")) << "not found from the moment it asks to close";
-    EXPECT_EQ(0, deaths_);
+    EXPECT_TRUE(top_->FindChild("form") == nullptr && deaths_ == 0) << "not found from the moment it asks to close";
     Settle();
-    EXPECT_EQ(2, deaths_);
-    EXPECT_TRUE(top_->children.empty() && top_->pendingChildren.empty());
+    EXPECT_TRUE(deaths_ == 2 && top_->children.empty() && top_->pendingChildren.empty());
 
     top_->HandleCommand("testcmd");
     top_->HandleCommand("bogus");
@@ -219,8 +212,7 @@ TEST_F(PanelTest, TreeEditsFromUpdateClicksAndCommandsKeepTheWalkValid) {
     editor->victim = late;
     editor->spawn = 2;
     Settle(3);
-    EXPECT_EQ(2, deaths_) << "late and quitter";
-    EXPECT_EQ(nullptr, top_->FindChild("quitter"));
+    EXPECT_TRUE(deaths_ == 2 && top_->FindChild("quitter") == nullptr) << "late and quitter";
     EXPECT_EQ(editor, top_->children.back()) << "raised in front of what it spawned";
     EXPECT_EQ(3u, top_->children.size()) << "two spawned and the editor";
 
@@ -263,8 +255,7 @@ TEST_F(RootPanelTest, LayersStackInBandsAndTheMenusBlockWhatIsBehind) {
         EXPECT_EQ(top_->children[i], Layer(ids[i])) << "drawn from the HUD to the tool overlay";
         EXPECT_TRUE(Layer(ids[i])->width == 640 && Layer(ids[i])->height == 360) << "the root's size in UI units";
     }
-    EXPECT_EQ(nullptr, g_rootPanel->GetLayer(3));
-    EXPECT_EQ(nullptr, g_rootPanel->GetLayer(32));
+    EXPECT_TRUE(g_rootPanel->GetLayer(3) == nullptr && g_rootPanel->GetLayer(32) == nullptr);
 
     Panel* game = Add(Layer(kLayerGameUI), "game", 0, 0, 100, 100);
     Panel* hud = Add(Layer(kLayerHUD), "hud", 0, 0, 100, 100);
@@ -311,8 +302,7 @@ TEST_F(RootPanelTest, TeardownFreesEveryPanelUnderTheRoot) {
     Settle(2);
     Add(Layer(kLayerMenus), "b", 0, 0, 10, 10);
     DestroyRootPanel();
-    EXPECT_EQ(nullptr, g_rootPanel);
-    EXPECT_EQ(2, deaths_) << "including a panel attached since the last update";
+    EXPECT_TRUE(g_rootPanel == nullptr && deaths_ == 2) << "including a panel attached since the last update";
 }
 
 }  // namespace

@@ -81,8 +81,7 @@ TEST_F(Widgets, LabelSizesToTextAndButtonCentresIt) {
     ASSERT_NE(font, nullptr) << "the default font loads";
     EXPECT_EQ(font->size, 20);
     label->SetText("Hello");
-    EXPECT_EQ(label->width, g_fontSystem->MeasureText("Hello", font).width);
-    EXPECT_EQ(label->height, font->cellHeight);
+    EXPECT_TRUE(label->width == g_fontSystem->MeasureText("Hello", font).width && label->height == font->cellHeight);
     label->SetProperty("font_size", "big");
     EXPECT_EQ(g_fontSystem->GetFont(static_cast<int>(label->fontId))->size, 20) << "not a number: no change";
     label->SetProperty("font_size", "30");
@@ -90,8 +89,7 @@ TEST_F(Widgets, LabelSizesToTextAndButtonCentresIt) {
 
     Button* button = Add(new Button("button"), 10, 20);
     button->SetText("A text far wider than seventy-five pixels");
-    EXPECT_EQ(button->width, 75) << "buttons keep their size";
-    EXPECT_EQ(button->textOffsetX, (75 - button->textWidth) / 2);
+    EXPECT_TRUE(button->width == 75 && button->textOffsetX == (75 - button->textWidth) / 2) << "buttons keep their size";
     button->SetProperty("size", "401 25");
     EXPECT_EQ(button->textOffsetX, (401 - button->textWidth) / 2) << "resizing re-centres";
     // Drawn at its offset and clipped to the part of the button inside its parent.
@@ -100,8 +98,7 @@ TEST_F(Widgets, LabelSizesToTextAndButtonCentresIt) {
                                      std::to_string(10 + button->textOffsetX) + " " +
                                      std::to_string(20 + button->textOffsetY));
     ASSERT_GT(at, 0);
-    EXPECT_EQ(renderer_.calls[at - 1], "clip 10 20 390 25");
-    EXPECT_EQ(renderer_.calls[at + 1], "clip off");
+    EXPECT_TRUE(renderer_.calls[at - 1] == "clip 10 20 390 25" && renderer_.calls[at + 1] == "clip off");
 }
 
 TEST_F(Widgets, ButtonRunsItsCommandsOnlyWhenReleasedOverIt) {
@@ -119,8 +116,7 @@ TEST_F(Widgets, ButtonRunsItsCommandsOnlyWhenReleasedOverIt) {
     EXPECT_TRUE(button->backgroundColor.r == 1 && button->backgroundColor.a == 255) << "pressed colour, alpha default";
     Step(30, 30, false);
     EXPECT_EQ(button->backgroundColor.g, 5);
-    EXPECT_EQ(g_commandQueue, std::vector<std::string>{"testcmd"});
-    EXPECT_EQ(sink->received, std::vector<std::string>{"apply"});
+    EXPECT_TRUE(g_commandQueue == std::vector<std::string>{"testcmd"} && sink->received == std::vector<std::string>{"apply"});
 
     // Released elsewhere: nothing runs and the colour returns.
     Step(30, 30, true);
@@ -132,8 +128,7 @@ TEST_F(Widgets, ButtonRunsItsCommandsOnlyWhenReleasedOverIt) {
     button->Unfocus();
     button->enabled = false;
     button->OnMousePressed();
-    EXPECT_EQ(button->backgroundColor.r, 1);
-    EXPECT_FALSE(button->focused);
+    EXPECT_TRUE(button->backgroundColor.r == 1 && !button->focused);
 }
 
 TEST_F(Widgets, ButtonBevelSinksAndImageFollowsState) {
@@ -203,8 +198,7 @@ TEST_F(Widgets, GrabBarDragsItsFormByTheMouseOffset) {
 TEST_F(Widgets, FormKeepsItsBarsAtTheEdgesAndFactoryKnowsTheTypes) {
     Form* form = Add(new Form("f"), 50, 50);
     form->SetProperty("size", "300 120");
-    EXPECT_EQ(form->closeButton->x, 250);
-    EXPECT_EQ(form->grabBar->width, 250);
+    EXPECT_TRUE(form->closeButton->x == 250 && form->grabBar->width == 250);
     EXPECT_EQ(form->closeButton->panelCommand, "close_panel");
     for (const char* name : {"Panel", "GrabBar", "ImagePanel", "Label", "Button", "ToggleButton"}) {
         std::unique_ptr<Panel> widget(CreateWidget(name));
@@ -213,8 +207,7 @@ TEST_F(Widgets, FormKeepsItsBarsAtTheEdgesAndFactoryKnowsTheTypes) {
     }
     std::unique_ptr<Panel> bar(CreateWidget("GrabBar"));
     EXPECT_NE(dynamic_cast<GrabBar*>(bar.get()), nullptr);
-    EXPECT_EQ(CreateWidget("button"), nullptr);
-    EXPECT_EQ(CreateWidget("Form"), nullptr);
+    EXPECT_TRUE(CreateWidget("button") == nullptr && CreateWidget("Form") == nullptr);
 }
 
 // The test commands on a real root panel.
@@ -293,11 +286,9 @@ TEST_F(ImagePanels, HoldTheirTextureUntilDestroyed) {
     Texture* entry = g_textureMgr->GetTexture(first->texture);
     EXPECT_EQ(entry->refCount, 2);
     first->Destroy();
-    EXPECT_EQ(entry->refCount, 1);
-    EXPECT_EQ(entry->releaseTime, 0u);
+    EXPECT_TRUE(entry->refCount == 1 && entry->releaseTime == 0u);
     top->Destroy();
-    EXPECT_EQ(entry->refCount, 0);
-    EXPECT_NE(entry->releaseTime, 0u) << "the last holder schedules the release";
+    EXPECT_TRUE(entry->refCount == 0 && entry->releaseTime != 0u) << "the last holder schedules the release";
 }
 
 }  // namespace
