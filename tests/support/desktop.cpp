@@ -51,9 +51,7 @@ int DarkPixels(const Image& image, int x0, int y0, int w, int h, int maxSum) {
     return dark;
 }
 
-void SleepSeconds(double seconds) {
-    std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
-}
+void SleepSeconds(double seconds) { std::this_thread::sleep_for(std::chrono::duration<double>(seconds)); }
 
 bool DesktopToolsAvailable() {
     return std::system("(command -v Xvfb && command -v xdotool && command -v import) >/dev/null 2>&1") == 0;

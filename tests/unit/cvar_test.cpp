@@ -160,7 +160,8 @@ TEST_F(CVarStoreTest, UnopenableFilesPrintTheErrorLineAndKeepTheOldFile) {
     g_cvars->LoadFile("./no/such/file.txt");
     // A folder that does not exist cannot take the new file, for root too.
     EXPECT_FALSE(g_cvars->SaveTo("./gone/cvars.txt"));
-    EXPECT_EQ(log.text(), "Error: Could not open file './no/such/file.txt'\nError: Could not open file './gone/cvars.txt'\n");
+    EXPECT_EQ(log.text(),
+              "Error: Could not open file './no/such/file.txt'\nError: Could not open file './gone/cvars.txt'\n");
     EXPECT_EQ(dir_.ReadFile("test/scripts/cvars.txt"), "frame_delay \"8\"\n");
 }
 

@@ -35,7 +35,7 @@ namespace {
 // while the tree is walked.
 class Probe : public Panel {
 public:
-    enum Role { kPlain, kSelfDestroyOnClick, kKillParentOnClick, kCloseParentOnClick, kEditor, kQuitter };
+    enum Role { kPlain, kSelfDestroyOnClick, kKillParentOnClick, kCloseParentOnClick, kQuitter };
     Probe(const std::string& panelName, int* deaths, Role role = kPlain)
         : Panel(panelName), deaths_(deaths), role_(role) {}
     ~Probe() override { ++*deaths_; }
@@ -53,6 +53,7 @@ public:
         Panel::OnMouseReleasedOutside();
         ++releasedOutside;
     }
+    // Destroys the victim, adds a sibling in front of which it then raises itself, or quits.
     void Update() override {
         Panel::Update();
         if (victim) {

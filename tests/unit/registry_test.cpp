@@ -27,8 +27,8 @@ static_assert(offsetof(CVar, floatValue) == offsetof(CVar, name) + 2 * sizeof(st
 static_assert(offsetof(CVar, save) == offsetof(CVar, floatValue) + 8, "CVar::intValue, save");
 static_assert(offsetof(CVar, next) == offsetof(CVar, save) + 2 * sizeof(void*), "CVar::onChange, next");
 // EngineCommon: vtable, root panel, start, frame, extra hook.
-static_assert(offsetof(EngineCommon, rootPanel) == sizeof(void*) && offsetof(EngineCommon, extraHook) == 4 * sizeof(void*),
-              "EngineCommon fields in order");
+static_assert(offsetof(EngineCommon, rootPanel) == sizeof(void*), "EngineCommon: vtable, root panel");
+static_assert(offsetof(EngineCommon, extraHook) == 4 * sizeof(void*), "then the start, frame and extra hooks");
 
 TEST(Registry, FindsEveryStaticSubsystemByItsExactVersionNameAndNothingElse) {
     IEngineCommon* common = GetEngineCommonInterface();

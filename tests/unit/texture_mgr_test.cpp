@@ -96,9 +96,9 @@ TEST_F(TextureMgrTest, DecodesCommonBmpVariantsAndFiltersUnlessNamedNoFilter) {
         Color want;
         const char* what;
     } checks[] = {
-        {4, 4, kRed, "24-bit red"},       {12, 4, kGreen, "24-bit green"}, {20, 12, {255, 255, 0, 255}, "24-bit yellow"},
-        {36, 4, kRed, "32-bit opaque"},   {36, 12, kWhite, "32-bit clear"}, {0, 36, kRed, "palette first"},
-        {19, 36, kBlue, "palette last"}, {19, 52, kBlue, "run-length last"},
+        {4, 4, kRed, "24-bit red"},         {12, 4, kGreen, "24-bit green"},   {20, 12, {255, 255, 0, 255}, "yellow"},
+        {36, 4, kRed, "32-bit opaque"},     {36, 12, kWhite, "32-bit clear"},  {0, 36, kRed, "palette first"},
+        {19, 36, kBlue, "palette last"},    {19, 52, kBlue, "run-length last"},
     };
     for (const auto& c : checks) {
         EXPECT_TRUE(SameColor(frame.At(c.x, c.y), c.want)) << c.what;

@@ -89,7 +89,8 @@ TEST_F(Widgets, LabelSizesToTextAndButtonCentresIt) {
 
     Button* button = Add(new Button("button"), 10, 20);
     button->SetText("A text far wider than seventy-five pixels");
-    EXPECT_TRUE(button->width == 75 && button->textOffsetX == (75 - button->textWidth) / 2) << "buttons keep their size";
+    EXPECT_EQ(button->width, 75) << "buttons keep their size";
+    EXPECT_EQ(button->textOffsetX, (75 - button->textWidth) / 2);
     button->SetProperty("size", "401 25");
     EXPECT_EQ(button->textOffsetX, (401 - button->textWidth) / 2) << "resizing re-centres";
     // Drawn at its offset and clipped to the part of the button inside its parent.
@@ -116,7 +117,8 @@ TEST_F(Widgets, ButtonRunsItsCommandsOnlyWhenReleasedOverIt) {
     EXPECT_TRUE(button->backgroundColor.r == 1 && button->backgroundColor.a == 255) << "pressed colour, alpha default";
     Step(30, 30, false);
     EXPECT_EQ(button->backgroundColor.g, 5);
-    EXPECT_TRUE(g_commandQueue == std::vector<std::string>{"testcmd"} && sink->received == std::vector<std::string>{"apply"});
+    EXPECT_EQ(g_commandQueue, std::vector<std::string>{"testcmd"});
+    EXPECT_EQ(sink->received, std::vector<std::string>{"apply"});
 
     // Released elsewhere: nothing runs and the colour returns.
     Step(30, 30, true);
@@ -143,8 +145,8 @@ TEST_F(Widgets, ButtonBevelSinksAndImageFollowsState) {
     const int start = renderer_.IndexOf("clip 10 20 75 25");
     ASSERT_GE(start, 0);
     ASSERT_LE(start + released.size(), renderer_.calls.size());
-    EXPECT_EQ(std::vector<std::string>(renderer_.calls.begin() + start, renderer_.calls.begin() + start + released.size()),
-              released);
+    const auto first = renderer_.calls.begin() + start;
+    EXPECT_EQ(std::vector<std::string>(first, first + static_cast<long>(released.size())), released);
 
     Step(15, 25, false);
     Step(15, 25, true);
@@ -155,8 +157,8 @@ TEST_F(Widgets, ButtonBevelSinksAndImageFollowsState) {
         EXPECT_GE(renderer_.IndexOf("line 10 20 10 43 64 64 64 255 w1"), 0) << "sunken while pressed";
         EXPECT_GE(renderer_.IndexOf("line 84 20 84 44 135 135 135 255 w1"), 0);
         // Without a pressed image, the released one.
-        EXPECT_GE(renderer_.IndexOf("texture " + std::to_string(pressedTexture ? 7 : 5) + " 10 20 75 25 255 255 255 255"),
-                  0);
+        const std::string image = pressedTexture ? "texture 7" : "texture 5";
+        EXPECT_GE(renderer_.IndexOf(image + " 10 20 75 25 255 255 255 255"), 0);
     }
 }
 
