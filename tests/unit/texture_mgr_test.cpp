@@ -206,7 +206,9 @@ TEST_F(TextureMgrTest, BadHandlesAreTolerated) {
     g_textureMgr->SetTexture("absent.bmp", holder);
     EXPECT_EQ(holder, 0);
     EXPECT_TRUE(g_textureMgr->GetSDLTexture(0) == fallback && Entry(0)->refCount == 0 && Entry(0)->releaseTime == 0u);
-
+    g_textureMgr->Shutdown();
+    EXPECT_EQ(g_textureMgr->GetSDLTexture(0), nullptr) << "nothing left after shutdown";
+    g_textureMgr->Collect();
 }
 
 }  // namespace
