@@ -1,5 +1,6 @@
 #include "console/cvars.h"
 
+#include "app/fps_counter.h"
 #include "engine/engine.h"
 #include "render/renderer.h"
 #include "render/shader_program.h"
@@ -13,6 +14,10 @@ static void OnRenderClearChanged(CVar*) {}
 
 static void OnViewportChanged(CVar*) {
     UpdateViewportIfReady();
+}
+
+static void OnToolFpsChanged(CVar* var) {
+    ApplyToolFps(var->intValue);
 }
 
 // Every write rebuilds, whatever the value: writing the same value again is how a shader is retried.
@@ -30,7 +35,7 @@ CVar cv_viewport_scale("viewport_scale", "1.0", true, OnViewportChanged);
 CVar cv_viewport_scale_noclamp("viewport_scale_noclamp", "0", true);
 CVar cv_viewport_autoscale("viewport_autoscale", "0", true, OnViewportChanged);
 CVar cv_filter_textures("filter_textures", "1", true);
-CVar cv_tool_fps("tool_fps", "0", true);
+CVar cv_tool_fps("tool_fps", "0", true, OnToolFpsChanged);
 CVar cv_window_width("window_width", "0", true);
 CVar cv_window_height("window_height", "0", true);
 CVar cv_window_minimum_size("window_minimum_size", "1", true);

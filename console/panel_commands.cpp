@@ -7,7 +7,9 @@
 #include <string>
 #include <utility>
 
+#include "app/main_menu.h"
 #include "console/command_system.h"
+#include "console/console_panel.h"
 #include "engine/engine.h"
 #include "ui/form.h"
 #include "ui/panel.h"
@@ -86,11 +88,20 @@ void ShowLayerPanel(int32_t id) {
 
 }  // namespace
 
-// Shows the console panel; this build creates none, so there is nothing to show.
-void Cmd_ShowConsole(const CommandLine&) {}
+void Cmd_ShowConsole(const CommandLine&) {
+    ConsolePanel* console = g_consolePanel;
+    if (!console) {
+        return;
+    }
+    console->visible = true;
+    console->ApplyVisibility();
+}
 
 void Cmd_ShowMainMenu(const CommandLine&) {
     ShowLayerPanel(kLayerMenus);
+    if (g_mainMenu) {
+        ShowPanel(g_mainMenu);
+    }
 }
 
 // The options menu lives on the menus layer; the layer shows even while there is no menu on it.

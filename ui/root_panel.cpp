@@ -6,14 +6,19 @@
 #include <utility>
 #include <vector>
 
+#include "app/fps_counter.h"
+#include "app/main_menu.h"
+#include "console/console_panel.h"
 #include "engine/engine.h"
 #include "input/input_system.h"
 #include "render/renderer.h"
 
 static const int kScancodeV = 25;
+static const int kScancodeGrave = 53;
 static const int kScancodeEscape = 41;
 static const int kScancodeAndroidBack = 270;
 static const int kScancodeLeftCtrl = 224;
+static const int kScancodeLeftAlt = 226;
 
 static const Color kMenusBackdrop = {80, 80, 80, 200};
 static const Color kRootBackground = {128, 128, 128, 255};
@@ -77,6 +82,18 @@ void TogglePanel(Panel* panel) {
     } else {
         ShowPanel(panel);
     }
+}
+
+void CentreInParent(Panel* panel) {
+    Panel* parent = panel->parent;
+    if (!parent) {
+        return;
+    }
+    // In 64 bits: a script may give the panel any size, and the spare room must not overflow.
+    panel->x = static_cast<int32_t>((int64_t(parent->width) - panel->width) / 2);
+    panel->y = static_cast<int32_t>((int64_t(parent->height) - panel->height) / 2);
+    panel->screenX = parent->screenX + panel->x;
+    panel->screenY = parent->screenY + panel->y;
 }
 
 // Each layer goes on the root in creation order and is sorted into its band by its zpos.
@@ -164,16 +181,32 @@ void RootPanel::Update() {
     Panel::Update();
 
     InputSystem* input = g_inputSystem;
+    const bool gravePressed = input->keysPressedNoRepeat[kScancodeGrave] != 0;
+    if (gravePressed && g_consolePanel) {
+        TogglePanel(g_consolePanel);
+        g_consolePanel->ApplyVisibility();
+    }
     if (input->keysPressedNoRepeat[kScancodeEscape] || input->keysPressedNoRepeat[kScancodeAndroidBack]) {
         ToggleLayer(kLayerMenus);
+    }
+    // Alt+grave always leaves the console open, whatever the plain toggle just did.
+    if (gravePressed && input->keysHeld[kScancodeLeftAlt]) {
+        if (!g_consolePanel) {
+            CreateConsolePanel();
+        }
+        if (g_consolePanel) {
+            ShowPanel(g_consolePanel);
+            g_consolePanel->ApplyVisibility();
+        }
     }
     if (input->keysPressedNoRepeat[kScancodeV] && input->keysHeld[kScancodeLeftCtrl] && input->wantTextInput) {
         PasteClipboard(input->textInput);
     }
 
     // The game takes the mouse only while no interface wants it.
-    const bool interfaceIdle = layerGameUI->visibleChildCount == 0 && layerTools->visibleChildCount == 0 &&
-                               !layerMenus->visible;
+    const bool consoleShown = g_consolePanel && g_consolePanel->visible;
+    const bool interfaceIdle = !consoleShown && layerGameUI->visibleChildCount == 0 &&
+                               layerTools->visibleChildCount == 0 && !layerMenus->visible;
     input->SetRelativeMouse(interfaceIdle);
 }
 
@@ -187,6 +220,19 @@ void CreateRootPanel() {
     root->OnResized();
     root->backgroundColor = kRootBackground;
     root->drawBackground = false;
+
+    CreateConsolePanel();
+
+    if (g_mainMenu) {
+        g_mainMenu->closeRequested = true;
+    }
+    g_mainMenu = new MainMenu("mm_panel");
+    g_mainMenu->SetParent(root->GetLayer(kLayerMenus));
+    HidePanel(g_mainMenu);
+
+    CreateFpsCounter(root->GetLayer(kLayerToolsOverlay));
+
+    ShowPanel(g_mainMenu);
 }
 
 void DestroyRootPanel() {

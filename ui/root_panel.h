@@ -55,6 +55,9 @@ public:
 void ShowPanel(Panel* panel);
 void HidePanel(Panel* panel);
 void TogglePanel(Panel* panel);
+// Centres the panel in its parent (half the spare room, toward zero; negative when it is larger) and
+// moves its screen position at once. Nothing without a parent.
+void CentreInParent(Panel* panel);
 
 // Builds the root and its layers at start-up, sized to the window in UI units; stores g_rootPanel.
 void CreateRootPanel();

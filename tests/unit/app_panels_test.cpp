@@ -1,0 +1,156 @@
+#include <SDL.h>
+#include <SDL_ttf.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+#include "app/fps_counter.h"
+#include "app/main_menu.h"
+#include "console/command_system.h"
+#include "console/console_panel.h"
+#include "console/cvars.h"
+#include "engine/console_output.h"
+#include "engine/engine.h"
+#include "input/input_system.h"
+#include "support/engine_fixture.h"
+#include "support/ui_driver.h"
+#include "ui/button.h"
+#include "ui/rich_text_box.h"
+#include "ui/root_panel.h"
+#include "ui/text_box.h"
+
+namespace {
+
+// The interface as the engine builds it in a 1280x720 window, with the shipped scripts and fonts.
+class AppPanels : public UiTest {
+protected:
+    void SetUp() override {
+        UiTest::SetUp();
+        ASSERT_EQ(TTF_Init(), 0);
+        g_cvars->RegisterAll(CVarDeclarationHead());
+        g_windowWidth = 1280;
+        g_windowHeight = 720;
+        CreateRootPanel();
+        top_ = g_rootPanel;
+        Settle(4);
+        g_consoleText.clear();
+    }
+    void TearDown() override {
+        DestroyRootPanel();
+        cv_tool_fps.SetString("0");
+        g_cvars->Clear();
+        TTF_Quit();
+    }
+    // One frame with these keys down and this text typed.
+    void Frame(std::initializer_list<int> keys = {}, const std::string& typed = "") {
+        InputSystem* in = g_inputSystem;
+        for (int key : keys) {
+            in->keysPressed[key] = in->keysPressedNoRepeat[key] = in->keysHeld[key] = 1;
+        }
+        in->textInput = typed;
+        g_rootPanel->Update();
+        for (int key : keys) {
+            in->keysPressed[key] = in->keysPressedNoRepeat[key] = in->keysHeld[key] = 0;
+        }
+    }
+    void Press(Panel* p) { Click(p->screenX + p->width / 2, p->screenY + p->height / 2); }
+    static bool LogHas(const std::string& text) {
+        const std::vector<RichTextLine>& lines = g_consolePanel->log->lines;
+        return std::any_of(lines.begin(), lines.end(), [&](const RichTextLine& l) { return l.text == text; });
+    }
+
+    TempWorkDir dir_;
+};
+
+TEST_F(AppPanels, MainMenuStaysCentredAndItsButtonsRunTheirCommands) {
+    ASSERT_TRUE(g_mainMenu && g_mainMenu->parent == g_rootPanel->GetLayer(kLayerMenus) && g_mainMenu->visible);
+    EXPECT_EQ(g_mainMenu->x, 390);
+    EXPECT_EQ(g_mainMenu->y, 210);
+
+    Press(g_mainMenu->newProjectButton);
+    Press(g_mainMenu->FindChild("mm_quit"));
+    EXPECT_EQ(g_commandQueue, (std::vector<std::string>{"create_project", "quit"}));
+    g_mainMenu->HandleCommand("cmd_submit");
+    EXPECT_EQ(g_consoleText, "");
+    g_mainMenu->HandleCommand("close_panel");
+    Frame();
+    EXPECT_EQ(g_mainMenu, nullptr) << "closed and freed by its layer";
+}
+
+TEST_F(AppPanels, ToolFpsSwitchesTheRightAlignedReadout) {
+    FPSCounter* fps = g_fpsCounter;
+    ASSERT_TRUE(fps && fps->parent == g_rootPanel->GetLayer(kLayerToolsOverlay) && !fps->visible);
+    const struct {
+        const char* toolFps;
+        int rate;
+        bool background;
+        const char* text;
+    } steps[] = {{"1", 60, false, "60 FPS"}, {"2", 61, true, "61 FPS"}, {"1", 61, false, "61 FPS"},
+                 {"-1", 7, false, "61 FPS"}, {"3", -7, false, "-7 FPS"}};
+    for (const auto& step : steps) {
+        SCOPED_TRACE(step.toolFps);
+        g_fps = step.rate;
+        cv_tool_fps.SetString(step.toolFps);
+        Frame();
+        Frame();
+        EXPECT_TRUE(fps->visible);
+        EXPECT_EQ(fps->drawBackground, step.background);
+        EXPECT_EQ(fps->text, step.text);
+        EXPECT_EQ(fps->x + fps->width, fps->parent->width);
+    }
+    cv_tool_fps.SetString("0");
+    EXPECT_FALSE(fps->visible);
+}
+
+TEST_F(AppPanels, ConsoleSubmitsToCvarsOrCommandsAndWalksItsHistory) {
+    ConsolePanel* con = g_consolePanel;
+    ASSERT_TRUE(con && con->parent == g_rootPanel->GetLayer(kLayerTools) && !con->visible);
+    Frame({SDL_SCANCODE_GRAVE});
+    Frame();
+    ASSERT_TRUE(con->visible);
+    EXPECT_TRUE(g_inputSystem->wantTextInput) << "the input box takes the typing";
+
+    Frame({SDL_SCANCODE_RETURN}, "frame_delay 10");
+    EXPECT_EQ(cv_frame_delay.intValue, 10);
+    EXPECT_TRUE(LogHas(">frame_delay 10"));
+    EXPECT_TRUE(g_commandQueue.empty());
+    Frame({SDL_SCANCODE_RETURN}, "testcmd");
+    EXPECT_EQ(g_commandQueue, std::vector<std::string>{"testcmd"});
+    Frame({SDL_SCANCODE_RETURN}, "clear");
+    EXPECT_EQ(con->log->lines.size(), 1u);
+
+    Frame({}, "draft");
+    const int up = SDL_SCANCODE_UP, down = SDL_SCANCODE_DOWN;
+    const struct {
+        int key;
+        const char* shown;
+    } walk[] = {{up, "clear"},   {up, "testcmd"},   {up, "frame_delay 10"}, {up, "frame_delay 10"},
+                {down, "testcmd"}, {down, "clear"}, {down, "draft"},        {down, "draft"}};
+    for (const auto& step : walk) {
+        Frame({step.key});
+        EXPECT_EQ(con->input->text, step.shown);
+        EXPECT_EQ(con->input->cursor, static_cast<int32_t>(con->input->text.size()));
+    }
+
+    Frame({SDL_SCANCODE_GRAVE});
+    EXPECT_FALSE(con->visible);
+    EXPECT_FALSE(g_inputSystem->wantTextInput);
+    ConMsg("printed while hidden\n");
+    Frame();
+    EXPECT_TRUE(LogHas("printed while hidden"));
+
+    Frame({SDL_SCANCODE_GRAVE, SDL_SCANCODE_LALT});
+    Frame({SDL_SCANCODE_GRAVE, SDL_SCANCODE_LALT});
+    EXPECT_TRUE(con->visible) << "Alt+grave leaves it open";
+    con->HandleCommand("close_panel");
+    EXPECT_FALSE(con->visible);
+    con->x = -5000;
+    g_commandSystem->Execute("show_console");
+    EXPECT_TRUE(con->visible);
+    EXPECT_EQ(con->x, 100) << "brought back on screen";
+}
+
+}  // namespace
