@@ -1,7 +1,5 @@
 #include "console/console_panel.h"
 
-#include <SDL.h>
-
 #include "console/command_system.h"
 #include "console/cvar.h"
 #include "engine/console_output.h"
@@ -183,15 +181,7 @@ void ConsolePanel::ApplyVisibility() {
 }
 
 void ConsolePanel::KeepOnScreen() {
-    if (!g_rootPanel) {
-        return;
-    }
-    const SDL_Rect own = {x, y, width, height};
-    const SDL_Rect root = {g_rootPanel->x, g_rootPanel->y, g_rootPanel->width, g_rootPanel->height};
-    if (!SDL_HasIntersection(&own, &root)) {
-        x = kHomeX;
-        y = kHomeY;
-    }
+    KeepOnRoot(this, kHomeX, kHomeY);
 }
 
 void CreateConsolePanel() {

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "app/main_menu.h"
+#include "app/options_menu.h"
 #include "console/command_system.h"
 #include "console/console_panel.h"
 #include "engine/engine.h"
@@ -107,6 +108,10 @@ void Cmd_ShowMainMenu(const CommandLine&) {
 // The options menu lives on the menus layer; the layer shows even while there is no menu on it.
 void Cmd_OpenOptionsMenu(const CommandLine&) {
     ShowLayerPanel(kLayerMenus);
+    if (g_optionsMenu) {
+        ShowPanel(g_optionsMenu);
+        KeepOnRoot(g_optionsMenu, kOptionsHomeX, kOptionsHomeY);
+    }
 }
 
 void Cmd_TestCreatePanel(const CommandLine& line) {

@@ -8,6 +8,7 @@
 
 #include "app/fps_counter.h"
 #include "app/main_menu.h"
+#include "app/options_menu.h"
 #include "console/console_panel.h"
 #include "engine/engine.h"
 #include "input/input_system.h"
@@ -94,6 +95,18 @@ void CentreInParent(Panel* panel) {
     panel->y = static_cast<int32_t>((int64_t(parent->height) - panel->height) / 2);
     panel->screenX = parent->screenX + panel->x;
     panel->screenY = parent->screenY + panel->y;
+}
+
+void KeepOnRoot(Panel* panel, int32_t homeX, int32_t homeY) {
+    if (!g_rootPanel) {
+        return;
+    }
+    const SDL_Rect own = {panel->x, panel->y, panel->width, panel->height};
+    const SDL_Rect root = {g_rootPanel->x, g_rootPanel->y, g_rootPanel->width, g_rootPanel->height};
+    if (!SDL_HasIntersection(&own, &root)) {
+        panel->x = homeX;
+        panel->y = homeY;
+    }
 }
 
 // Each layer goes on the root in creation order and is sorted into its band by its zpos.
@@ -229,6 +242,14 @@ void CreateRootPanel() {
     g_mainMenu = new MainMenu("mm_panel");
     g_mainMenu->SetParent(root->GetLayer(kLayerMenus));
     HidePanel(g_mainMenu);
+
+    if (g_optionsMenu) {
+        g_optionsMenu->closeRequested = true;
+    }
+    g_optionsMenu = new OptionsMenu("options_panel");
+    g_optionsMenu->SetParent(root->GetLayer(kLayerMenus));
+    CentreInParent(g_optionsMenu);
+    HidePanel(g_optionsMenu);
 
     CreateFpsCounter(root->GetLayer(kLayerToolsOverlay));
 

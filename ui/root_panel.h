@@ -58,6 +58,9 @@ void TogglePanel(Panel* panel);
 // Centres the panel in its parent (half the spare room, toward zero; negative when it is larger) and
 // moves its screen position at once. Nothing without a parent.
 void CentreInParent(Panel* panel);
+// Moves the panel to (homeX, homeY) when its rectangle lies wholly outside the root panel's, so a window
+// dragged away comes back when it is opened again. Nothing without a root.
+void KeepOnRoot(Panel* panel, int32_t homeX, int32_t homeY);
 
 // Builds the root and its layers at start-up, sized to the window in UI units; stores g_rootPanel.
 void CreateRootPanel();

@@ -1,0 +1,123 @@
+#include <SDL_ttf.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "app/options_menu.h"
+#include "console/command_system.h"
+#include "console/cvars.h"
+#include "engine/engine.h"
+#include "render/renderer.h"
+#include "support/engine_fixture.h"
+#include "support/ui_driver.h"
+#include "ui/button.h"
+#include "ui/root_panel.h"
+#include "ui/text_box.h"
+#include "ui/toggle_button.h"
+
+namespace {
+
+// The interface as the engine builds it in an 800x600 window; the menu is opened by its command and
+// driven with the mouse.
+class OptionsMenuTest : public UiTest {
+protected:
+    void SetUp() override {
+        UiTest::SetUp();
+        ASSERT_EQ(TTF_Init(), 0);
+        g_cvars->RegisterAll(CVarDeclarationHead());
+        g_windowWidth = 800;
+        g_windowHeight = 600;
+        CreateRootPanel();
+        top_ = g_rootPanel;
+        menu_ = g_optionsMenu;
+        Settle(4);
+    }
+    void TearDown() override {
+        DestroyRootPanel();
+        g_cvars->Clear();
+        TTF_Quit();
+    }
+    void Open() {
+        g_commandSystem->Execute("open_optionsmenu");
+        Settle();
+    }
+    void ClickOn(Panel* p) { Click(p->screenX + p->width / 2, p->screenY + p->height / 2); }
+
+    TempWorkDir dir_;
+    OptionsMenu* menu_ = nullptr;
+};
+
+TEST_F(OptionsMenuTest, OpensCentredWithTheCvarsAndCloseDiscardsEdits) {
+    ASSERT_FALSE(menu_->visible);
+    cv_viewport_autoscale.SetString("1");
+    cv_viewport_scale.SetString("1.25");
+    menu_->scaleBox->SetText("stale");
+    Open();
+    EXPECT_TRUE(g_rootPanel->GetLayer(kLayerMenus)->visible && menu_->visible && menu_->focused);
+    EXPECT_EQ(menu_->screenX, 225);
+    EXPECT_EQ(menu_->y, 100);
+    EXPECT_TRUE(menu_->autoscaleToggle->checked);
+    EXPECT_EQ(menu_->scaleBox->text, "1.25");
+    EXPECT_EQ(menu_->scaleBox->cursor, 4);
+
+    menu_->scaleBox->SetText("4");
+    menu_->autoscaleToggle->SetChecked(false);
+    ClickOn(menu_->closeButton);
+    Settle();
+    EXPECT_EQ(g_optionsMenu, menu_) << "hidden, not destroyed";
+    EXPECT_FALSE(menu_->visible);
+    EXPECT_EQ(cv_viewport_scale.value, "1.25");
+    EXPECT_EQ(menu_->scaleBox->text, "1.25");
+    EXPECT_TRUE(menu_->autoscaleToggle->checked);
+}
+
+TEST_F(OptionsMenuTest, OkWritesFirstWordsAndCancelAfterApplyKeepsTheApplied) {
+    const struct {
+        const char *scale, *delay, *scaleWritten, *delayWritten;
+    } cases[] = {{"1.5 more words", " 7 ms", "1.5", "7"}, {"", "", "", ""}};
+    for (const auto& c : cases) {
+        Open();
+        menu_->clearToggle->SetChecked(false);
+        menu_->scaleBox->SetText(c.scale);
+        menu_->frameDelayBox->SetText(c.delay);
+        ClickOn(menu_->okButton);
+        EXPECT_FALSE(menu_->visible);
+        EXPECT_EQ(cv_viewport_scale.value, c.scaleWritten);
+        EXPECT_EQ(cv_frame_delay.value, c.delayWritten);
+        EXPECT_EQ(cv_render_clear.intValue, 0);
+    }
+    Open();
+    menu_->scaleBox->SetText("2");
+    ClickOn(menu_->applyButton);
+    EXPECT_TRUE(menu_->visible);
+    menu_->scaleBox->SetText("3");
+    ClickOn(menu_->cancelButton);
+    EXPECT_FALSE(menu_->visible);
+    EXPECT_EQ(cv_viewport_scale.value, "2");
+}
+
+// Grey while the button names the running renderer, red while the choice waits for a restart.
+TEST_F(OptionsMenuTest, RendererButtonTurnsRedOnlyForAnotherRenderer) {
+    availableRenderers = {{"RecordingRenderer", nullptr}, {"GLRenderer", nullptr}};
+    selectedRendererIndex = 0;
+    Open();
+    Button* button = menu_->rendererButton;
+    EXPECT_EQ(button->text, "RecordingRenderer");
+    // Two renderers (there and back), then one, then none.
+    const struct {
+        size_t listed;
+        const char* shown;
+    } presses[] = {{2, "GLRenderer"}, {2, "RecordingRenderer"}, {1, "RecordingRenderer"}, {0, "RecordingRenderer"}};
+    for (const auto& p : presses) {
+        availableRenderers.resize(p.listed);
+        ClickOn(button);
+        const bool running = std::string(p.shown) == "RecordingRenderer";
+        EXPECT_EQ(button->text, p.shown);
+        EXPECT_EQ(cv_renderer_type.value, p.shown);
+        EXPECT_EQ(button->normalColor.r, running ? 150 : 200) << p.shown;
+        EXPECT_EQ(button->pressedColor.r, running ? 112 : 160) << p.shown;
+        EXPECT_EQ(button->backgroundColor.g, running ? 150 : 10) << p.shown;
+    }
+}
+
+}  // namespace
