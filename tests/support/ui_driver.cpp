@@ -1,10 +1,14 @@
 #include "support/ui_driver.h"
 
 #include <SDL.h>
+#include <SDL_ttf.h>
 
 #include "console/command_system.h"
+#include "console/cvars.h"
+#include "engine/engine.h"
 #include "engine/console_output.h"
 #include "input/input_system.h"
+#include "ui/root_panel.h"
 
 void UiTest::SetUp() {
     *g_inputSystem = InputSystem();
@@ -29,4 +33,22 @@ void UiTest::Settle(int frames) {
     for (int i = 0; i < frames; ++i) {
         Step(-100, -100, false);
     }
+}
+
+void InterfaceTest::BuildInterface(int windowWidth, int windowHeight) {
+    ASSERT_EQ(TTF_Init(), 0);
+    g_cvars->RegisterAll(CVarDeclarationHead());
+    g_windowWidth = windowWidth;
+    g_windowHeight = windowHeight;
+    CreateRootPanel();
+    top_ = g_rootPanel;
+    Settle(4);
+    g_consoleText.clear();
+}
+
+void InterfaceTest::TearDown() {
+    DestroyRootPanel();
+    cv_tool_fps.SetString("0");
+    g_cvars->Clear();
+    TTF_Quit();
 }

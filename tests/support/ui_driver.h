@@ -18,7 +18,18 @@ protected:
     // tree per frame.
     void Settle(int frames = 1);
 
+    // Clicks the middle of a panel.
+    void ClickOn(Panel* p) { Click(p->screenX + p->width / 2, p->screenY + p->height / 2); }
+
     Panel* top_ = nullptr;
     RecordingRenderer renderer_;
     ScopedRenderer scopedRenderer_{&renderer_};
+};
+
+// The whole interface as the engine builds it at start-up (root, layers, console, menus, FPS readout)
+// for a window of the given size, with the shipped scripts and fonts; torn down after the test.
+class InterfaceTest : public UiTest {
+protected:
+    void BuildInterface(int windowWidth, int windowHeight);
+    void TearDown() override;
 };

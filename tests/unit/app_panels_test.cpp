@@ -1,5 +1,4 @@
 #include <SDL.h>
-#include <SDL_ttf.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -25,24 +24,11 @@
 namespace {
 
 // The interface as the engine builds it in a 1280x720 window, with the shipped scripts and fonts.
-class AppPanels : public UiTest {
+class AppPanels : public InterfaceTest {
 protected:
     void SetUp() override {
         UiTest::SetUp();
-        ASSERT_EQ(TTF_Init(), 0);
-        g_cvars->RegisterAll(CVarDeclarationHead());
-        g_windowWidth = 1280;
-        g_windowHeight = 720;
-        CreateRootPanel();
-        top_ = g_rootPanel;
-        Settle(4);
-        g_consoleText.clear();
-    }
-    void TearDown() override {
-        DestroyRootPanel();
-        cv_tool_fps.SetString("0");
-        g_cvars->Clear();
-        TTF_Quit();
+        BuildInterface(1280, 720);
     }
     // One frame with these keys down and this text typed.
     void Frame(std::initializer_list<int> keys = {}, const std::string& typed = "") {
@@ -56,7 +42,6 @@ protected:
             in->keysPressed[key] = in->keysPressedNoRepeat[key] = in->keysHeld[key] = 0;
         }
     }
-    void Press(Panel* p) { Click(p->screenX + p->width / 2, p->screenY + p->height / 2); }
     static bool LogHas(const std::string& text) {
         const std::vector<RichTextLine>& lines = g_consolePanel->log->lines;
         return std::any_of(lines.begin(), lines.end(), [&](const RichTextLine& l) { return l.text == text; });
@@ -70,8 +55,8 @@ TEST_F(AppPanels, MainMenuStaysCentredAndItsButtonsRunTheirCommands) {
     EXPECT_EQ(g_mainMenu->x, 390);
     EXPECT_EQ(g_mainMenu->y, 210);
 
-    Press(g_mainMenu->newProjectButton);
-    Press(g_mainMenu->FindChild("mm_quit"));
+    ClickOn(g_mainMenu->newProjectButton);
+    ClickOn(g_mainMenu->FindChild("mm_quit"));
     EXPECT_EQ(g_commandQueue, (std::vector<std::string>{"create_project", "quit"}));
     g_mainMenu->HandleCommand("cmd_submit");
     EXPECT_EQ(g_consoleText, "");

@@ -1,4 +1,3 @@
-#include <SDL_ttf.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -19,29 +18,17 @@ namespace {
 
 // The interface as the engine builds it in an 800x600 window; the menu is opened by its command and
 // driven with the mouse.
-class OptionsMenuTest : public UiTest {
+class OptionsMenuTest : public InterfaceTest {
 protected:
     void SetUp() override {
         UiTest::SetUp();
-        ASSERT_EQ(TTF_Init(), 0);
-        g_cvars->RegisterAll(CVarDeclarationHead());
-        g_windowWidth = 800;
-        g_windowHeight = 600;
-        CreateRootPanel();
-        top_ = g_rootPanel;
+        BuildInterface(800, 600);
         menu_ = g_optionsMenu;
-        Settle(4);
-    }
-    void TearDown() override {
-        DestroyRootPanel();
-        g_cvars->Clear();
-        TTF_Quit();
     }
     void Open() {
         g_commandSystem->Execute("open_optionsmenu");
         Settle();
     }
-    void ClickOn(Panel* p) { Click(p->screenX + p->width / 2, p->screenY + p->height / 2); }
 
     TempWorkDir dir_;
     OptionsMenu* menu_ = nullptr;
