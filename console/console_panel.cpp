@@ -108,7 +108,7 @@ void ConsolePanel::HandleCommand(const std::string& text) {
         const bool wasVisible = visible;
         visible = false;
         if (wasVisible) {
-            Hide();
+            Unfocus();
         }
     } else {
         Form::HandleCommand(text);
@@ -149,20 +149,20 @@ void ConsolePanel::ShowInput() {
     input->Focus();
 }
 
-void ConsolePanel::Open() {
+void ConsolePanel::OnShown() {
     BringToFront();
-    Show();
+    Focus();
 }
 
-void ConsolePanel::Show() {
+void ConsolePanel::Focus() {
     visible = true;
-    Focus();
+    Form::Focus();
     ShowInput();
 }
 
-void ConsolePanel::Hide() {
+void ConsolePanel::Unfocus() {
     visible = false;
-    Unfocus();
+    Form::Unfocus();
     input->Unfocus();
     // A log clicked into would otherwise keep text input on while nothing can be typed.
     log->Unfocus();
@@ -172,10 +172,10 @@ void ConsolePanel::Hide() {
 void ConsolePanel::ApplyVisibility() {
     if (visible) {
         if (parent && parent->visible) {
-            Open();
+            OnShown();
         }
     } else {
-        Hide();
+        Unfocus();
     }
     KeepOnScreen();
 }
@@ -198,6 +198,6 @@ void CreateConsolePanel() {
     const bool wasVisible = console->visible;
     console->visible = false;
     if (wasVisible) {
-        console->Hide();
+        console->Unfocus();
     }
 }

@@ -25,12 +25,13 @@ public:
     // "cmd_submit" submits the input line, "close_panel" hides the console; the rest go to the form.
     void HandleCommand(const std::string& text) override;
 
-    // Brings the console to the front of its layer, then shows it.
-    void Open();
-    // Visible, the active child of its layer, with the input box taking the typing.
-    void Show();
-    // Invisible and unfocused; the input box stops editing and text input goes off.
-    void Hide();
+    // Opening: brings the console to the front of its layer, then shows it.
+    void OnShown() override;
+    // Showing: visible, the active child of its layer, with the input box taking the typing.
+    void Focus() override;
+    // Hiding: invisible and unfocused; the input box stops editing and text input goes off. Losing
+    // the focus (a click elsewhere) therefore closes the console.
+    void Unfocus() override;
     // After the visible flag was set or flipped from outside (the console keys): opens the console when
     // it became visible in a shown layer, hides it when it became invisible, then keeps it on screen.
     void ApplyVisibility();

@@ -136,6 +136,12 @@ TEST_F(AppPanels, ConsoleSubmitsToCvarsOrCommandsAndWalksItsHistory) {
     g_commandSystem->Execute("show_console");
     EXPECT_TRUE(con->visible);
     EXPECT_EQ(con->x, 100) << "brought back on screen";
+
+    ClickOn(con->log);
+    EXPECT_TRUE(con->visible);
+    Click(5, 5);
+    EXPECT_FALSE(con->visible) << "a click elsewhere takes the focus, which hides the console";
+    EXPECT_FALSE(g_inputSystem->wantTextInput);
 }
 
 }  // namespace
