@@ -1,11 +1,11 @@
 #include "resources/model_mgr.h"
 
 #include <SDL.h>
-#include <SDL_opengl.h>
 
 #include "engine/console_output.h"
 #include "engine/engine.h"
 #include "engine/registry.h"
+#include "render/gl_renderer.h"
 #include "render/renderer.h"
 #include "resources/file_system.h"
 #include "resources/texture_mgr.h"
@@ -73,34 +73,6 @@ private:
     bool failed = false;
 };
 
-// Buffer entry points exist only in a GL context; they are looked up the first time geometry is
-// uploaded or freed.
-typedef void(APIENTRY* GenBuffersFn)(GLsizei count, GLuint* buffers);
-typedef void(APIENTRY* BindBufferFn)(GLenum target, GLuint buffer);
-typedef void(APIENTRY* BufferDataFn)(GLenum target, GLsizeiptr size, const void* data, GLenum usage);
-typedef void(APIENTRY* DeleteBuffersFn)(GLsizei count, const GLuint* buffers);
-
-struct GLBufferApi {
-    GenBuffersFn genBuffers;
-    BindBufferFn bindBuffer;
-    BufferDataFn bufferData;
-    DeleteBuffersFn deleteBuffers;
-};
-
-static const GLBufferApi* GetGLBufferApi() {
-    static GLBufferApi api = {nullptr, nullptr, nullptr, nullptr};
-    if (!api.genBuffers || !api.bindBuffer || !api.bufferData || !api.deleteBuffers) {
-        api.genBuffers = reinterpret_cast<GenBuffersFn>(SDL_GL_GetProcAddress("glGenBuffers"));
-        api.bindBuffer = reinterpret_cast<BindBufferFn>(SDL_GL_GetProcAddress("glBindBuffer"));
-        api.bufferData = reinterpret_cast<BufferDataFn>(SDL_GL_GetProcAddress("glBufferData"));
-        api.deleteBuffers = reinterpret_cast<DeleteBuffersFn>(SDL_GL_GetProcAddress("glDeleteBuffers"));
-        if (!api.genBuffers || !api.bindBuffer || !api.bufferData || !api.deleteBuffers) {
-            return nullptr;
-        }
-    }
-    return &api;
-}
-
 template <typename T>
 static void FreeArray(std::vector<T>& array) {
     std::vector<T>().swap(array);
@@ -108,22 +80,22 @@ static void FreeArray(std::vector<T>& array) {
 
 // Moves the geometry into GPU buffers and drops the CPU copies, which the GL renderer no longer needs.
 static void UploadGeometry(ModelRecord& model) {
-    const GLBufferApi* gl = GetGLBufferApi();
-    if (!gl) {
+    // The GL renderer loads these entry points when it starts; without them nothing is uploaded.
+    if (!g_gl.GenBuffers) {
         return;
     }
     GLuint vertexBuffer = 0;
-    gl->genBuffers(1, &vertexBuffer);
-    gl->bindBuffer(GL_ARRAY_BUFFER, vertexBuffer);
-    gl->bufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(model.vertices.size() * sizeof(ModelVertex)),
-                   model.vertices.data(), GL_STATIC_DRAW);
+    g_gl.GenBuffers(1, &vertexBuffer);
+    g_gl.BindBuffer(GL_ARRAY_BUFFER, vertexBuffer);
+    g_gl.BufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(model.vertices.size() * sizeof(ModelVertex)),
+                    model.vertices.data(), GL_STATIC_DRAW);
     GLuint indexBuffer = 0;
-    gl->genBuffers(1, &indexBuffer);
-    gl->bindBuffer(GL_ELEMENT_ARRAY_BUFFER, indexBuffer);
-    gl->bufferData(GL_ELEMENT_ARRAY_BUFFER, static_cast<GLsizeiptr>(model.indices.size() * sizeof(uint32_t)),
-                   model.indices.data(), GL_STATIC_DRAW);
-    gl->bindBuffer(GL_ARRAY_BUFFER, 0);
-    gl->bindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0);
+    g_gl.GenBuffers(1, &indexBuffer);
+    g_gl.BindBuffer(GL_ELEMENT_ARRAY_BUFFER, indexBuffer);
+    g_gl.BufferData(GL_ELEMENT_ARRAY_BUFFER, static_cast<GLsizeiptr>(model.indices.size() * sizeof(uint32_t)),
+                    model.indices.data(), GL_STATIC_DRAW);
+    g_gl.BindBuffer(GL_ARRAY_BUFFER, 0);
+    g_gl.BindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0);
     model.vertexBuffer = vertexBuffer;
     model.indexBuffer = indexBuffer;
     model.bufferIndexCount = static_cast<uint32_t>(model.indices.size());
@@ -136,10 +108,9 @@ static void DeleteBuffer(uint32_t& buffer) {
     if (buffer == 0) {
         return;
     }
-    const GLBufferApi* gl = GetGLBufferApi();
-    if (gl) {
+    if (g_gl.DeleteBuffers) {
         const GLuint name = buffer;
-        gl->deleteBuffers(1, &name);
+        g_gl.DeleteBuffers(1, &name);
     }
     buffer = 0;
 }
