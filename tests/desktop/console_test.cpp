@@ -7,14 +7,12 @@
 
 namespace {
 
-// In an 800x600 window the console opens at (100, 100) and the main menu is centred at (150, 150).
 class ConsoleDesktop : public DesktopTest {
 protected:
     void SetUp() override {
         DesktopTest::SetUp();
         Start({}, "window_width 800\nwindow_height 600\n");
     }
-    // Polls the ink of black text in a rectangle until ok accepts it; returns the last count.
     int WaitForInk(int x0, int y0, int w, int h, const std::function<bool(int)>& ok) const {
         int dark = DarkPixels(desk_->Capture(window_), x0, y0, w, h, 150);
         for (int i = 0; i < 50 && !ok(dark); ++i) {

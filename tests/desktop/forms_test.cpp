@@ -33,7 +33,6 @@ std::vector<Place> FormPlaces(int count) {
     return places;
 }
 
-// The host in an 800x600 window, its menus layer (visible at start, it takes every click) hidden.
 class FormsDesktop : public DesktopTest {
 protected:
     void StartForms(const std::vector<std::string>& args) {
@@ -56,7 +55,6 @@ protected:
 
 TEST_F(FormsDesktop, EscapeTogglesTheMenusBackdrop) {
     Start({});
-    // A corner no menu reaches: translucent grey (80, 80, 80, 200) over the clear colour.
     const RGB backdrop = desk_->WaitForPixel(window_, 20, 20, RGB{91, 91, 91});
     EXPECT_TRUE(backdrop.r == backdrop.g && backdrop.g == backdrop.b && backdrop.r >= 88 && backdrop.r <= 93)
         << "backdrop " << ToString(backdrop);
@@ -69,7 +67,6 @@ TEST_F(FormsDesktop, EscapeTogglesTheMenusBackdrop) {
 TEST_F(FormsDesktop, CreatedFormsShowBarsCloseButtonsAndTexts) {
     StartForms({"--exec", "test_create_form 3"});
     const Image image = desk_->Capture(window_);
-    // The first two: the third lies over the body of the second, but none over their title bars.
     for (const Place& f : {FormPlaces(3)[0], FormPlaces(3)[1]}) {
         SCOPED_TRACE("form at " + std::to_string(f.x) + ", " + std::to_string(f.y));
         EXPECT_EQ(ToString(image.At(f.x + 4, f.y + 3)), ToString(kGrabBarBlue));
@@ -104,7 +101,6 @@ TEST_F(FormsDesktop, DraggingTheGrabBarMovesTheFormWithTheMouse) {
         SleepSeconds(0.1);
     }
     desk_->MouseUp();
-    // Moved by the mouse's offset (100, 80), and raised over the form that covered part of it.
     EXPECT_TRUE(Shows(f.x + 104, f.y + 83, kGrabBarBlue, "grab bar after the drag"));
     EXPECT_TRUE(Shows(f.x + 253, f.y + 82, kCloseRed, "close button after the drag"));
     EXPECT_TRUE(Shows(f.x + 4, f.y + 3, kClearGrey, "where the grab bar was"));

@@ -9,7 +9,6 @@ namespace {
 const RGB kGrey = {128, 128, 128};
 const RGB kGrabBar = {27, 84, 229};
 
-// The first and last x of a colour on one row of a capture; false when the row lacks it.
 bool ColourExtent(const Image& image, int y, RGB colour, int* first, int* last) {
     *first = *last = -1;
     for (int x = 0; x < image.width; ++x) {
@@ -29,7 +28,6 @@ TEST_F(DesktopTest, WindowOpensAtEightyPercentIsClearedGreyAndClosesInAnOrderlyW
     ASSERT_TRUE(desk_->WindowGeometry(window_, &wx, &wy, &ww, &wh));
     EXPECT_EQ(ww, 1024);
     EXPECT_EQ(wh, 576);
-    // Escape hides the menus layer shown at start, leaving the clear colour.
     desk_->Key(window_, "Escape");
     EXPECT_TRUE(Shows(ww - 5, wh - 5, kGrey, "clear colour"));
     const std::string cvars = Close();
@@ -47,7 +45,6 @@ TEST_F(DesktopTest, ResizingTheWindowRescalesTheInterface) {
     ASSERT_TRUE(ColourExtent(desk_->Capture(window_), row, kGrabBar, &first1, &last1));
     EXPECT_EQ(first1, 20) << "the bevelled border takes the first column";
 
-    // 960x720 fits the 640x480 base 1.5 times.
     desk_->ResizeWindow(window_, 960, 720);
     const int row2 = static_cast<int>(row * 1.5);
     ASSERT_TRUE(Shows(40, row2, kGrabBar, "grab bar after the resize"));

@@ -13,20 +13,6 @@
 #include "render/renderer.h"
 #include "support/engine_fixture.h"
 
-namespace {
-
-// Each message must follow the one before it in the log.
-void ExpectInOrder(const std::string& log, const std::vector<const char*>& messages) {
-    size_t at = 0;
-    for (const char* message : messages) {
-        const size_t found = FindAfter(log, message, at);
-        ASSERT_NE(found, std::string::npos) << "missing or out of order: " << message << "in:\n" << log;
-        at = found + 1;
-    }
-}
-
-}  // namespace
-
 TEST(GLRendererEngine, SelectedByNameDrawsFramesAndASwitchWaitsForTheNextStart) {
     TempWorkDir dir;
     dir.WriteFile("test/scripts/cvars.txt", "renderer_type \"GLRenderer\"\n");

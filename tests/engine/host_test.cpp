@@ -61,7 +61,6 @@ TEST(Host, FailingStartUpExitsOnePromptly) {
 
 TEST(Host, MissingOrForeignLibraryExitsTwoWithOneLine) {
     TempWorkDir dir;
-    // A copy of the host alone in a folder: its library is not beside it.
     const fs::path lonely = fs::path(dir.path()) / "lonely";
     fs::create_directories(lonely);
     fs::copy_file(VORMI_HOST_PATH, lonely / "vormi");
@@ -73,7 +72,6 @@ TEST(Host, MissingOrForeignLibraryExitsTwoWithOneLine) {
     EXPECT_NE(out.find("vormi: cannot load " + (lonely / "libVormiEngine.so").string()), std::string::npos) << out;
     EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 1) << out;
 
-    // A library of that name that is not the engine: it lacks the exports.
     const char* other = nullptr;
     for (const char* candidate : {"/lib/x86_64-linux-gnu/libm.so.6", "/usr/lib/x86_64-linux-gnu/libm.so.6",
                                   "/lib64/libm.so.6", "/usr/lib/libm.so.6"}) {

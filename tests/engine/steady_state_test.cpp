@@ -56,7 +56,6 @@ void operator delete[](void* p, std::align_val_t) noexcept { std::free(p); }
 void operator delete(void* p, std::size_t, std::align_val_t) noexcept { std::free(p); }
 void operator delete[](void* p, std::size_t, std::align_val_t) noexcept { std::free(p); }
 
-// Builds the scene, lets it settle and returns what 30 whole frames allocate.
 static long SteadyFrameAllocations(const std::string& cvars) {
     TempWorkDir dir;
     dir.WriteFile("test/scripts/cvars.txt", cvars);
@@ -65,7 +64,6 @@ static long SteadyFrameAllocations(const std::string& cvars) {
         if (frame == 0) {
             CommandGlobal("test_create_form 5");
             CommandGlobal("test_create_panel 5");
-            // An editing text box (caret and visible text every frame) and a log with a selection.
             TextBox* box = new TextBox("txb_steady");
             box->SetText("steady frames allocate nothing at all");
             g_rootPanel->layerTools->AddChild(box);
@@ -77,7 +75,6 @@ static long SteadyFrameAllocations(const std::string& cvars) {
             log->y = 40;
             g_rootPanel->layerTools->AddChild(log);
         }
-        // Let textures, fonts and the deferred child lists settle, then watch 30 whole frames.
         if (frame == 20) {
             s_allocations = 0;
             s_counting = true;

@@ -1,6 +1,4 @@
-// A driver for desktop tests: a private Xvfb server, the vormi host started in a temporary working
-// directory, xdotool for finding the window and typing and clicking into it, ImageMagick's import for
-// capturing it, and a WM_DELETE_WINDOW close request as a window manager would send it.
+// Desktop test driver: private Xvfb, the host in a temporary folder, xdotool input, import captures.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -33,7 +31,6 @@ int DarkPixels(const Image& image, int x0, int y0, int w, int h, int maxSum);
 
 class XServer {
 public:
-    // Starts Xvfb on a free display with one screen of the given size (24-bit).
     XServer(int width = 1280, int height = 720);
     ~XServer();
     XServer(const XServer&) = delete;
@@ -48,16 +45,14 @@ private:
 
 class VormiProcess {
 public:
-    // Starts the host with the arguments, in workDir, on the given display ("" for none); output goes
-    // to a file that output() reads.
+    // display "" runs without X; output() reads what the host printed.
     VormiProcess(const std::string& display, const std::string& workDir, const std::vector<std::string>& args,
                  const std::vector<std::string>& extraEnv = {});
     ~VormiProcess();
     VormiProcess(const VormiProcess&) = delete;
     VormiProcess& operator=(const VormiProcess&) = delete;
 
-    // Exit status once it ended within the timeout; -1 if it is still running (then it is killed), -2 for
-    // a signal.
+    // Exit status; -1 on timeout (then killed), -2 for a signal.
     int Wait(double timeoutSeconds);
     bool Running();
     std::string output() const;
@@ -72,20 +67,17 @@ class Desktop {
 public:
     explicit Desktop(const std::string& display) : display_(display) {}
 
-    // Runs a shell command with DISPLAY set; returns its standard output.
     std::string Shell(const std::string& command, int* exitCode = nullptr) const;
     // The id of the window with exactly this title, waiting for it to be mapped; 0 on timeout.
     unsigned long FindWindow(const std::string& title, double timeoutSeconds = 20.0) const;
     bool WindowGeometry(unsigned long window, int* x, int* y, int* w, int* h) const;
-    // Captures the window's contents.
     Image Capture(unsigned long window) const;
-    // Waits until the pixel at (x, y) of the window has the colour; returns the last capture's colour.
+    // Returns the last colour seen while waiting for want.
     RGB WaitForPixel(unsigned long window, int x, int y, RGB want, double timeoutSeconds = 10.0) const;
-    // Keyboard focus, keys by X keysym name ("Escape", "grave", "Return").
     void Focus(unsigned long window) const;
     void Key(unsigned long window, const std::string& keys) const;
     void Type(unsigned long window, const std::string& text) const;
-    // Mouse in window coordinates; buttons are held for a few frames so the once-per-frame sampling sees them.
+    // Buttons are held a few frames so per-frame sampling sees them.
     void MouseMove(unsigned long window, int x, int y) const;
     void MouseMoveRelative(int dx, int dy) const;
     void MouseDown(int button = 1) const;
@@ -99,23 +91,18 @@ private:
     std::string display_;
 };
 
-// Sleeps for the given seconds.
 void SleepSeconds(double seconds);
 
-// True when the tools the desktop tests need (Xvfb, xdotool, import) are installed.
 bool DesktopToolsAvailable();
 
-// A desktop test on a private 1280x720 X server; a host still running at the end is closed as a user
-// would close it and must exit 0.
+// A host still running at the end is closed as a user would and must exit 0.
 class DesktopTest : public ::testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
-    // Writes cvars.txt when given, starts the host and finds its window.
     void Start(const std::vector<std::string>& args, const std::string& cvars = "");
-    // Closes the window and expects an orderly exit; returns the settings file it saved.
+    // Returns the cvars.txt saved at exit.
     std::string Close();
-    // Waits for the colour at (x, y); the message names the place, the wanted and the last colour.
     ::testing::AssertionResult Shows(int x, int y, RGB want, const char* what = "") const;
 
     TempWorkDir dir_;

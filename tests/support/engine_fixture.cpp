@@ -1,6 +1,7 @@
 #include "support/engine_fixture.h"
 
 #include <SDL.h>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -112,6 +113,11 @@ EngineRunResult RunEngine(const std::function<void(int)>& onFrame, const std::fu
     return result;
 }
 
-size_t FindAfter(const std::string& haystack, const std::string& needle, size_t from) {
-    return from == std::string::npos ? std::string::npos : haystack.find(needle, from);
+void ExpectInOrder(const std::string& log, const std::vector<std::string>& messages) {
+    size_t at = 0;
+    for (const std::string& message : messages) {
+        const size_t found = log.find(message, at);
+        ASSERT_NE(found, std::string::npos) << "missing or out of order: " << message << "in:\n" << log;
+        at = found + 1;
+    }
 }

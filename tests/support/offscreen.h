@@ -1,6 +1,4 @@
-// A hidden window with the real SDLRenderer on SDL's software driver, in a temporary working
-// directory, with SDL_ttf up and a resource clock the test moves by hand. The window surface stays in
-// memory, so no GL driver loads; frames are read back before Present.
+// A hidden window with the real SDLRenderer on the software driver, SDL_ttf up, a hand-moved resource clock.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -21,7 +19,6 @@ std::string TestDataFile(const std::string& name);
 // Passes when every channel is within the tolerance; the message gives both colours.
 ::testing::AssertionResult SameColor(Color got, Color want, int tolerance = 0);
 
-// A frame read back from the renderer, RGBA.
 struct Frame {
     int width = 0;
     std::vector<Color> pixels;
@@ -43,6 +40,5 @@ protected:
     const int width_;
     const int height_;
     TempWorkDir dir_;
-    // What g_resourceTicks returns.
     static uint64_t now_;
 };

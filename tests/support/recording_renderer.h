@@ -1,5 +1,4 @@
-// An IRenderer that draws nothing and logs the calls the UI makes, one line each, so tests can check
-// drawing order, colours and clipping without a window. Calls the UI does not make are logged by name.
+// Logs the draw calls the UI makes, one line each; others are logged by name.
 #pragma once
 
 #include <string>
@@ -13,7 +12,6 @@ public:
     // "rect 0 0 24 24 96 96 96 255", "line 1 1 1 22 64 64 64 255 w1", "text 3 hello 10 12".
     std::vector<std::string> calls;
 
-    // Empties the log.
     void Reset() { calls.clear(); }
     // Lines that start with the prefix, in order.
     std::vector<std::string> Matching(const std::string& prefix) const;

@@ -35,11 +35,12 @@ void UiTest::Settle(int frames) {
     }
 }
 
-void InterfaceTest::BuildInterface(int windowWidth, int windowHeight) {
+void InterfaceTest::SetUp() {
+    UiTest::SetUp();
     ASSERT_EQ(TTF_Init(), 0);
     g_cvars->RegisterAll(CVarDeclarationHead());
-    g_windowWidth = windowWidth;
-    g_windowHeight = windowHeight;
+    g_windowWidth = windowWidth_;
+    g_windowHeight = windowHeight_;
     CreateRootPanel();
     top_ = g_rootPanel;
     Settle(4);

@@ -23,14 +23,9 @@
 
 namespace {
 
-// The interface as the engine builds it in a 1280x720 window, with the shipped scripts and fonts.
 class AppPanels : public InterfaceTest {
 protected:
-    void SetUp() override {
-        UiTest::SetUp();
-        BuildInterface(1280, 720);
-    }
-    // One frame with these keys down and this text typed.
+    AppPanels() : InterfaceTest(1280, 720) {}
     void Frame(std::initializer_list<int> keys = {}, const std::string& typed = "") {
         InputSystem* in = g_inputSystem;
         for (int key : keys) {
@@ -46,8 +41,6 @@ protected:
         const std::vector<RichTextLine>& lines = g_consolePanel->log->lines;
         return std::any_of(lines.begin(), lines.end(), [&](const RichTextLine& l) { return l.text == text; });
     }
-
-    TempWorkDir dir_;
 };
 
 TEST_F(AppPanels, MainMenuStaysCentredAndItsButtonsRunTheirCommands) {

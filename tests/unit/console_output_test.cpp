@@ -21,7 +21,6 @@ TEST(ConsoleOutput, TextIsKeptAsGivenUpTo4095BytesInLogAndConsoleText) {
 }
 
 TEST(ConsoleOutput, SysErrorMsgBoxPrintsLikeConMsgWithoutADisplay) {
-    // No video is initialised here, so the box fails at once and must not block or abort.
     LogCapture log;
     g_consoleText.clear();
     SysErrorMsgBox("Failed to init window\n");

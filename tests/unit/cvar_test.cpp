@@ -13,7 +13,6 @@
 
 namespace {
 
-// The engine's store, registered once as at start-up, put back to the defaults after each test.
 class CVarStoreTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -33,7 +32,6 @@ protected:
     TempWorkDir dir_;
 };
 
-// The variables in store order with their defaults; all but the last are saved.
 const char* const kStore[][2] = {
     {"debug_drawoutline", "0"}, {"window_minimum_size", "1"}, {"window_height", "0"},  {"window_width", "0"},
     {"tool_fps", "0"},          {"filter_textures", "1"},     {"viewport_autoscale", "0"},
@@ -85,7 +83,6 @@ TEST(CVar, DefaultRunsNoCallbackAndASecondVariableSharesItsMastersValue) {
     EXPECT_TRUE(first.value == "9" && second.value == "9" && second.intValue == 9);
     EXPECT_TRUE(s_calls[0] == 1 && s_last[0] == &first);
     EXPECT_TRUE(s_calls[1] == 1 && s_last[1] == &second);
-    // Setting the master runs only its own callback; the other copy reads the shared value.
     second.SetInt(4);
     EXPECT_TRUE(s_calls[0] == 1 && s_calls[1] == 2);
     EXPECT_EQ(second.master->value, "4");
@@ -158,7 +155,6 @@ TEST_F(CVarStoreTest, UnopenableFilesPrintTheErrorLineAndKeepTheOldFile) {
     dir_.WriteFile("test/scripts/cvars.txt", "frame_delay \"8\"\n");
     LogCapture log;
     g_cvars->LoadFile("./no/such/file.txt");
-    // A folder that does not exist cannot take the new file, for root too.
     EXPECT_FALSE(g_cvars->SaveTo("./gone/cvars.txt"));
     EXPECT_EQ(log.text(),
               "Error: Could not open file './no/such/file.txt'\nError: Could not open file './gone/cvars.txt'\n");

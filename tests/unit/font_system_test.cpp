@@ -60,7 +60,6 @@ TEST_F(Fonts, AtlasHoldsEveryPrintableGlyphInItsCell) {
 TEST_F(Fonts, FindFontNeedsSameNameSizeAndBothColours) {
     EXPECT_EQ(g_fontSystem->FindFont("find", 20, kBlack, kClear), -1);
     const int first = g_fontSystem->LoadFont("find", kOpenSans, 20, kBlack, kClear);
-    // LoadFont never looks for an existing entry: the same arguments make a second one.
     const int second = g_fontSystem->LoadFont("find", kOpenSans, 20, kBlack, kClear);
     const int red = g_fontSystem->LoadFont("find", kOpenSans, 20, kRed, kClear);
     ASSERT_TRUE(first >= 0 && second >= 0 && red >= 0);
@@ -83,7 +82,6 @@ TEST_F(Fonts, MeasureAndFitFollowGlyphWidths) {
                   g_fontSystem->CharsThatFit("", sans, 100),
               0);
 
-    // Proportional: rendered glyph widths; control bytes and bytes of 128 or more add nothing.
     const int wa = sans->glyphs['a'].w, wW = sans->glyphs['W'].w, wi = sans->glyphs['i'].w;
     ASSERT_NE(wa, wW);
     EXPECT_EQ(g_fontSystem->MeasureText("aW\ti\xC3\xA9", sans).width, wa + wW + wi);
@@ -92,7 +90,6 @@ TEST_F(Fonts, MeasureAndFitFollowGlyphWidths) {
     EXPECT_EQ(g_fontSystem->CharsThatFit("aWi", sans, 1000), 3);
     EXPECT_EQ(g_fontSystem->CharsThatFit("aWi", sans, -5), 0);
 
-    // Monospaced: one whole cell per byte below 128, control bytes included.
     EXPECT_EQ(g_fontSystem->MeasureText("0123456789", mono).width, 10 * mono->cellWidth);
     EXPECT_EQ(g_fontSystem->MeasureText("0\t1\xC3\xA9", mono).width, 3 * mono->cellWidth);
     EXPECT_EQ(g_fontSystem->CharsThatFit("0123456789", mono, mono->cellWidth * 7 / 2), 3);
@@ -111,7 +108,6 @@ TEST_F(Fonts, DrawTextSkipsControlBytesWithoutAdvanceInTheTextColour) {
     });
     EXPECT_TRUE(tabbed == split);
 
-    // Blended glyphs mix only the text colour into the background, and the stem of a letter is solid.
     const int width = font->glyphs['a'].w + font->glyphs['b'].w;
     int solid = 0;
     for (int py = 0; py < height_; ++py) {
@@ -124,7 +120,6 @@ TEST_F(Fonts, DrawTextSkipsControlBytesWithoutAdvanceInTheTextColour) {
     }
     EXPECT_GT(solid, 10);
 
-    // Unknown fonts and empty texts draw nothing.
     const Frame nothing = Render(kBlue, [&] {
         g_renderer->DrawText(-1, "ab", x, y);
         g_renderer->DrawText(handle, "", x, y);
@@ -138,7 +133,6 @@ TEST_F(Fonts, OpaqueBackColourGivesGlyphsOnThatBackground) {
     const int lcd = g_fontSystem->LoadFont("lcd", kOpenSans, 40, kRed, yellow);
     const int blended = g_fontSystem->LoadFont("lcd", kOpenSans, 40, kRed, kClear);
     ASSERT_TRUE(lcd >= 0 && blended >= 0);
-    // The top corners of the glyph box lie above the letter's ink.
     const int right = 10 + g_fontSystem->GetFont(lcd)->glyphs['a'].w - 1;
     const Frame onBack = Render(kBlue, [&] { g_renderer->DrawText(lcd, "a", 10, 20); });
     const Frame clear = Render(kBlue, [&] { g_renderer->DrawText(blended, "a", 10, 20); });
@@ -173,7 +167,6 @@ TEST_F(Fonts, UnusableFontFilesGiveNoHandleSilently) {
         std::string path;
         int size;
     } cases[] = {{"./no/such/font.ttf", 20}, {dir_.path() + "/corrupt.ttf", 20},
-                 // Sizes no text can have are refused before the file is opened.
                  {kOpenSans, 0}, {kOpenSans, 1 << 30}};
     for (const auto& c : cases) {
         EXPECT_EQ(g_fontSystem->LoadFont("bad", c.path, c.size, kBlack, kClear), -1) << c.path << " " << c.size;

@@ -32,8 +32,6 @@ struct Probe {
     Color want;
 };
 
-// A hidden 640x480 OpenGL window (the base size, so the UI scale is 1) with a GLRenderer, in a
-// temporary copy of test/, which holds the shaders, test/models/plane.vmdl and test/tex/plane.bmp.
 class GLRendererTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -144,7 +142,6 @@ TEST_F(GLRendererTest, PlaneModelUploadsAndLooksTheSameThroughProgramAndImmediat
     draw(&cpu);
     Expect(quarters);
 
-    // A run past the uploaded indices is cut off; without the program nothing is drawn at all.
     plane->sections.push_back({9, 4, 1u << 30});
     draw(plane);
     Expect(quarters);
@@ -183,7 +180,6 @@ TEST_F(GLRendererTest, ShaderReloadRebuildsOnEveryWriteAndReportsBadSources) {
         EXPECT_EQ(modelProgram != 0, c.built) << text;
     }
 
-    // Both files missing: both reported, and the program built before is kept.
     dir.WriteFile("test/shaders/model.frag", frag);
     cv_shader_reload.SetString("1");
     const uint32_t built = modelProgram;

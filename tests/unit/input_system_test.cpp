@@ -10,7 +10,6 @@
 #include "render/renderer.h"
 #include "support/recording_renderer.h"
 
-// Hosts read these fields directly.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 static_assert(offsetof(InputSystem, wantTextInput) == sizeof(void*), "flags follow the vtable pointer");
@@ -37,7 +36,6 @@ protected:
         SDL_DestroyWindow(window_);
         SDL_Quit();
     }
-    // a and b are the scancode and repeat flag, the wheel step, the motion or the window event.
     static void Push(Uint32 type, int a = 0, int b = 0, const char* text = "") {
         SDL_Event e = {};
         e.type = type;

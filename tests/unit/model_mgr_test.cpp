@@ -30,7 +30,6 @@ void PutI32(std::string& bytes, size_t at, int32_t value) {
     }
 }
 
-// A quad of four vertices, six indices and two sections naming the texture names given.
 struct ModelFile {
     std::vector<ModelVertex> vertices;
     std::vector<uint32_t> indices = {0, 1, 2, 0, 2, 3};
@@ -87,11 +86,9 @@ TEST_F(ModelMgrTest, LoadsGeometryOnceAndModelsNamingOneTextureShareIt) {
     EXPECT_EQ(model->indices, file.indices);
     EXPECT_EQ(std::memcmp(model->sections.data(), file.sections.data(), 2 * sizeof(ModelSection)), 0);
     EXPECT_EQ(model->textureNames, (std::vector<std::string>{"skin.bmp", "absent.bmp"}));
-    // A missing texture is the fallback, which is never counted.
     EXPECT_EQ(model->textureHandles, (std::vector<int>{g_textureMgr->FindTexture("skin.bmp"), 0}));
     EXPECT_TRUE(model->vertexBuffer == 0 && !model->uploaded) << "CPU arrays only under the SDL renderer";
 
-    // With the file gone only the cache can answer, and it takes no further texture references.
     std::filesystem::remove("test/models/quad.vmdl");
     EXPECT_EQ(g_modelMgr->LoadModel(".\\quad.vmdl"), handle);
     const int other = g_modelMgr->LoadModel("other.vmdl");
@@ -177,7 +174,6 @@ TEST_F(ModelMgrTest, ArraysAreBoundedByTheFileAndMalformedFilesAlwaysLoad) {
     EXPECT_EQ(model->indices, (std::vector<uint32_t>{0, 0, 0}));
     EXPECT_EQ(model->sections[0].indexCount, 0u);
 
-    // Then every header field the loader reads, set to values at the edges or at random.
     const std::string base = ModelFile(std::string("a.bmp\0b.bmp", 11)).Build();
     const int32_t edges[] = {0, 1, -1, INT_MIN, INT_MAX, static_cast<int32_t>(base.size()),
                              static_cast<int32_t>(base.size()) - 1, 0x10000000};
@@ -194,7 +190,6 @@ TEST_F(ModelMgrTest, ArraysAreBoundedByTheFileAndMalformedFilesAlwaysLoad) {
         }
         const std::string name = "fuzz" + std::to_string(round) + ".vmdl";
         WriteModel(name, bytes);
-        // The magic is never touched, so every file loads as something.
         const int handle = g_modelMgr->LoadModel(name);
         ASSERT_GE(handle, 1) << "round " << round;
         model = Model(handle);

@@ -16,13 +16,11 @@
 
 namespace {
 
-// The interface as the engine builds it in an 800x600 window; the menu is opened by its command and
-// driven with the mouse.
 class OptionsMenuTest : public InterfaceTest {
 protected:
+    OptionsMenuTest() : InterfaceTest(800, 600) {}
     void SetUp() override {
-        UiTest::SetUp();
-        BuildInterface(800, 600);
+        InterfaceTest::SetUp();
         menu_ = g_optionsMenu;
     }
     void Open() {
@@ -30,7 +28,6 @@ protected:
         Settle();
     }
 
-    TempWorkDir dir_;
     OptionsMenu* menu_ = nullptr;
 };
 
@@ -83,14 +80,12 @@ TEST_F(OptionsMenuTest, OkWritesFirstWordsAndCancelAfterApplyKeepsTheApplied) {
     EXPECT_EQ(cv_viewport_scale.value, "2");
 }
 
-// Grey while the button names the running renderer, red while the choice waits for a restart.
 TEST_F(OptionsMenuTest, RendererButtonTurnsRedOnlyForAnotherRenderer) {
     availableRenderers = {{"RecordingRenderer", nullptr}, {"GLRenderer", nullptr}};
     selectedRendererIndex = 0;
     Open();
     Button* button = menu_->rendererButton;
     EXPECT_EQ(button->text, "RecordingRenderer");
-    // Two renderers (there and back), then one, then none.
     const struct {
         size_t listed;
         const char* shown;

@@ -10,7 +10,6 @@
 
 namespace {
 
-// A loading panel that records the width it had when "size" called OnResized.
 class Loader : public Panel {
 public:
     Loader() : Panel("loader") {}
@@ -22,7 +21,6 @@ class PanelScriptTest : public ::testing::Test {
 protected:
     void SetUp() override { g_consoleText.clear(); }
     void TearDown() override { loader_->Destroy(); }
-    // Loads the text and lets the new children go live.
     void Load(const std::string& text) {
         dir_.WriteFile("panel.txt", text);
         loader_->LoadFromFile("panel.txt");
@@ -104,7 +102,6 @@ TEST_F(PanelScriptTest, ArbitraryBytesAndHugeFilesLoadSafely) {
         }
         Load(bytes);
     }
-    // Ten megabytes of an unterminated block, then a ten-megabyte line with a brace deep inside.
     std::string huge = "Panel\n{\n";
     while (huge.size() < 10u * 1024 * 1024) {
         huge += "size 1 2\n";

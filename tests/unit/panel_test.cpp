@@ -12,7 +12,6 @@
 #include "support/ui_driver.h"
 #include "ui/root_panel.h"
 
-// What hosts read directly: the field order fixes these offsets.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 static_assert(offsetof(Panel, enabled) == sizeof(void*) && offsetof(Panel, alwaysDraw) == sizeof(void*) + 9, "flags");
@@ -31,8 +30,6 @@ static_assert(offsetof(LayerPanel, raiseRequested) == sizeof(Panel) + 1, "layer 
 
 namespace {
 
-// Counts its clicks, its releases outside and its own deletion; with a role it also edits the tree
-// while the tree is walked.
 class Probe : public Panel {
 public:
     enum Role { kPlain, kSelfDestroyOnClick, kKillParentOnClick, kCloseParentOnClick, kQuitter };
@@ -53,7 +50,6 @@ public:
         Panel::OnMouseReleasedOutside();
         ++releasedOutside;
     }
-    // Destroys the victim, adds a sibling in front of which it then raises itself, or quits.
     void Update() override {
         Panel::Update();
         if (victim) {
@@ -110,7 +106,6 @@ TEST_F(PanelTest, HoverGoesToTheFrontmostPanelInsideHalfOpenRects) {
     Probe* front = Add(top_, "front", 50, 50, 100, 100);
     Probe* overhang = Add(top_, "overhang", 350, 250, 100, 100);
     Settle();
-    // The right and bottom edges are outside; only the part inside the parent takes the mouse.
     const struct {
         int x, y;
         Probe* hovered;

@@ -13,7 +13,6 @@
 #include "resources/model_mgr.h"
 #include "resources/texture_mgr.h"
 
-// What hosts read across the library boundary must not move.
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 static_assert(sizeof(Color) == 4 && offsetof(Color, a) == 3, "Color layout");
 static_assert(sizeof(Rect) == sizeof(SDL_Rect) && offsetof(Rect, h) == offsetof(SDL_Rect, h), "Rect is SDL_Rect");
@@ -21,12 +20,10 @@ static_assert(sizeof(Point) == sizeof(SDL_Point) && offsetof(Point, y) == offset
 static_assert(sizeof(Vertex) == sizeof(SDL_Vertex) && offsetof(Vertex, u) == offsetof(SDL_Vertex, tex_coord), "Vertex");
 static_assert(sizeof(EngineHooks) == 3 * sizeof(void*) && sizeof(TextSize) == 8, "hooks and text size");
 static_assert(sizeof(ModelVertex) == 32 && sizeof(ModelSection) == 12, "model file records");
-// CVar: master, name, value, floatValue, intValue, save, onChange, next; no virtuals.
 static_assert(offsetof(CVar, master) == 0 && offsetof(CVar, name) == sizeof(void*), "CVar::master, name");
 static_assert(offsetof(CVar, floatValue) == offsetof(CVar, name) + 2 * sizeof(std::string), "CVar::floatValue");
 static_assert(offsetof(CVar, save) == offsetof(CVar, floatValue) + 8, "CVar::intValue, save");
 static_assert(offsetof(CVar, next) == offsetof(CVar, save) + 2 * sizeof(void*), "CVar::onChange, next");
-// EngineCommon: vtable, root panel, start, frame, extra hook.
 static_assert(offsetof(EngineCommon, rootPanel) == sizeof(void*), "EngineCommon: vtable, root panel");
 static_assert(offsetof(EngineCommon, extraHook) == 4 * sizeof(void*), "then the start, frame and extra hooks");
 
@@ -44,7 +41,6 @@ TEST(Registry, FindsEveryStaticSubsystemByItsExactVersionNameAndNothingElse) {
     for (const auto& n : names) {
         EXPECT_EQ(common->Find(n.first), n.second) << n.first;
     }
-    // The renderer joins only when the window has been made.
     for (const char* name : {"CVarV2", "cvarV1", "CVARV1", "CVar", "CVarV1 ", "", "RendererV1"}) {
         EXPECT_EQ(common->Find(name), nullptr) << name;
     }
@@ -79,6 +75,5 @@ TEST(FileSystem, PathsAreBuiltUnderTheFixedAssetRoot) {
     EXPECT_EQ(g_fileSystem->GetShaderPath("model.vert"), "./test/shaders/model.vert");
     EXPECT_EQ(g_fileSystem->GetMaterialPath("m"), "./test/mat/m");
     EXPECT_EQ(g_fileSystem->GetModelPath(""), "./test/models/");
-    // Names pass through untouched.
     EXPECT_EQ(g_fileSystem->GetTexturePath("a/../b\\c//d.bmp"), "./test/tex/a/../b\\c//d.bmp");
 }

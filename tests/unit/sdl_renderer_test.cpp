@@ -20,7 +20,6 @@ const Color kBlue = {0, 0, 255, 255};
 const Color kBlack = {0, 0, 0, 255};
 const Color kMagenta = {255, 0, 255, 255};
 
-// 640x480 is the base size, where the viewport scale is exactly 1.
 class SDLRendererTest : public OffscreenTest {
 protected:
     SDLRendererTest() : OffscreenTest(640, 480) {}
@@ -43,7 +42,6 @@ TEST_F(SDLRendererTest, ShapesCoverTheirPixelsAndNoMore) {
         g_renderer->DrawLine({20, 20}, {80, 20}, kRed, 6);
         g_renderer->DrawLine({20, 70}, {80, 70}, kGreen, 1);
         g_renderer->DrawArrow({20, 100}, {120, 100}, kGreen, 1, 20, 20);
-        // Fewer than three points draw nothing; a count beyond the points given is cut to them.
         g_renderer->FillPolygon(square, 4, kBlue);
         g_renderer->FillPolygon(square, 2, kRed);
         g_renderer->FillPolygon(square, 99, kBlue);
@@ -53,8 +51,6 @@ TEST_F(SDLRendererTest, ShapesCoverTheirPixelsAndNoMore) {
         g_renderer->DrawRect(&outline, kRed);
         g_renderer->FillRect(&filled, kBlue);
     });
-    // Each colour is where it is drawn and not beside: a quad without caps, a hair line, an arrow's
-    // shaft and head, a polygon, a filled circle, the points of a circle, a rect outline and fill.
     const struct {
         int x, y;
         Color color;
@@ -94,7 +90,6 @@ TEST_F(SDLRendererTest, ClippingAndTheStretchedCheckerWithColourModulation) {
         g_renderer->DrawTextureById(&big, white, 0);  // the modulation is reset after each copy
         g_renderer->DrawTextureById(&third, white, 12345);  // an unknown id falls back to the checker
     });
-    // Nearest filtering: no blend at the cell edges; alpha is not applied.
     const struct {
         int x, y;
         Color want;
@@ -153,7 +148,6 @@ TEST(RendererSelection, MessagesForAMatchAnUnknownNameACaseVariantAndAnEmptyValu
         cv_renderer_type.SetString(value);
         LogCapture log;
         SelectRenderer();
-        // The list is whatever registered, the SDL renderer first.
         ASSERT_FALSE(availableRenderers.empty());
         EXPECT_STREQ(availableRenderers[0].name, "SDLRenderer");
         std::string expected = "Available renderers:\n";
@@ -167,7 +161,6 @@ TEST(RendererSelection, MessagesForAMatchAnUnknownNameACaseVariantAndAnEmptyValu
         EXPECT_EQ(rendererKind, kRendererSDL);
         EXPECT_EQ(cv_renderer_type.value, "SDLRenderer");
     }
-    // Switching moves on to the next renderer in the list, round to the first.
     EXPECT_EQ(SwitchRenderer(), availableRenderers[1 % availableRenderers.size()].name);
 }
 

@@ -25,7 +25,6 @@ static_assert(offsetof(RichTextLine, extra) == sizeof(std::string) && offsetof(T
 
 namespace {
 
-// Boxes under a plain top panel at (10, 20), driven through the input system's fields.
 class TextBoxes : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -49,7 +48,6 @@ protected:
         box->Focus();
         return box;
     }
-    // One update with these keys pressed this frame and these held.
     void Frame(std::initializer_list<int> pressed, std::initializer_list<int> held = {}, const char* typed = "") {
         g_inputSystem->mouseX = -1;
         g_inputSystem->mouseY = -1;
@@ -178,7 +176,6 @@ TEST_F(TextBoxes, TextBoxMouseSetsTheCaretAndDragsPastTheLeftEdge) {
     Type("abcdefghijklmnopqrstuvwxyz0123456789");
     const int scrolled = box->scrollStart;
     ASSERT_GT(scrolled, 2);
-    // Press just right of the middle of the second visible character: the caret goes after it.
     const int x = 14 + Width(box->fontId, box->visibleText.substr(0, 1)) +
                   Width(box->fontId, box->visibleText.substr(1, 1)) / 2 + 1;
     g_inputSystem->mouseX = x;

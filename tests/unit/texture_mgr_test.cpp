@@ -27,7 +27,6 @@ protected:
     void Write(const std::string& name, const std::string& bytes = TestDataFile("rgb24.bmp")) {
         dir_.WriteFile("test/tex/" + name, bytes);
     }
-    // Loads may grow the table, so entries are looked up afresh each time.
     static Texture* Entry(int handle) { return g_textureMgr->GetTexture(handle); }
 };
 
@@ -44,7 +43,6 @@ TEST_F(TextureMgrTest, NormalisedNamesHitOneEntryReadOnce) {
     Write("a/b.bmp");
     const int handle = g_textureMgr->LoadTexture("a/b.bmp");
     ASSERT_GE(handle, 1) << g_consoleText;
-    // With the file gone, only the cache can answer.
     std::filesystem::remove("test/tex/a/b.bmp");
     for (const char* name : {"a\\b.bmp", "./a/b.bmp", "a//b.bmp"}) {
         EXPECT_EQ(g_textureMgr->LoadTexture(name), handle) << name;
@@ -84,7 +82,6 @@ TEST_F(TextureMgrTest, DecodesCommonBmpVariantsAndFiltersUnlessNamedNoFilter) {
     }
     EXPECT_TRUE(Entry(h[0])->width == 3 && Entry(h[0])->height == 2 && Entry(h[2])->width == 20);
 
-    // 24-bit and 32-bit pixels become 8x8 blocks; the 20x1 palette images 1x8 strips.
     const Rect rects[] = {{0, 0, 24, 16}, {32, 0, 16, 16}, {0, 32, 20, 8}, {0, 48, 20, 8}};
     const Frame frame = Render(kWhite, [&] {
         for (int i = 0; i < 4; ++i) {
@@ -105,7 +102,6 @@ TEST_F(TextureMgrTest, DecodesCommonBmpVariantsAndFiltersUnlessNamedNoFilter) {
     }
     EXPECT_TRUE(SameColor(frame.At(44, 4), {127, 127, 255, 255}, 2)) << "32-bit half alpha over white";
 
-    // Red then green stretched 20 times: filtering blends at the seam, "!f_" keeps it hard.
     Write("smooth.bmp");
     const Rect smooth = {0, 0, 60, 20}, sharp = {0, 40, 60, 20};
     const int smoothHandle = g_textureMgr->LoadTexture("smooth.bmp");
@@ -137,15 +133,12 @@ TEST_F(TextureMgrTest, HoldersCountReferencesAndReleaseAfterGracePeriod) {
     g_textureMgr->ReleaseTexture(second);
     EXPECT_TRUE(Entry(first)->refCount == 0 && Entry(first)->releaseTime == 31000u);
 
-    // Acquired again inside the grace period: same entry and GPU texture, release cancelled.
     now_ = 20000;
     g_textureMgr->SetTexture("a.bmp", again);
     EXPECT_TRUE(again == first && Entry(first)->sdlTexture == gpu && Entry(first)->releaseTime == 0u);
-    // Switching a holder to another name gives the old one back.
     g_textureMgr->SetTexture("b.bmp", again);
     EXPECT_NE(again, first);
     EXPECT_EQ(Entry(first)->releaseTime, 50000u);
-    // Releasing at zero clamps and pushes the deadline out.
     now_ = 21000;
     g_textureMgr->ReleaseTexture(first);
     EXPECT_TRUE(Entry(first)->refCount == 0 && Entry(first)->releaseTime == 51000u);
@@ -178,7 +171,6 @@ TEST_F(TextureMgrTest, CollectorFreesOneEntryPerFrameAndSkipsKeptTextures) {
     g_textureMgr->ReleaseTexture(y);
 
     now_ += 60000;
-    // The cursor visits entries 1 and 2 (kept) and then 3.
     for (int i = 0; i < 3; ++i) {
         g_textureMgr->Collect();
     }
@@ -201,7 +193,6 @@ TEST_F(TextureMgrTest, BadHandlesAreTolerated) {
         g_textureMgr->ReleaseTexture(handle);
     }
     g_textureMgr->Collect();
-    // The fallback is never counted, and a failed load leaves the holder on it.
     int holder = 0;
     g_textureMgr->SetTexture("absent.bmp", holder);
     EXPECT_EQ(holder, 0);

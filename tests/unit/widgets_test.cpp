@@ -25,7 +25,6 @@
 #include "ui/toggle_button.h"
 #include "ui/widget_factory.h"
 
-// Hosts derive from the widgets and read their fields: each class's fields start where its base ends.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 static_assert(offsetof(Label, text) == sizeof(Panel), "label fields follow the panel");
@@ -41,7 +40,6 @@ static_assert(offsetof(ImagePanel, texture) == sizeof(Panel) && offsetof(Form, g
 
 namespace {
 
-// Widgets under a plain top panel, drawn into the recording renderer; fonts come from the asset copy.
 class Widgets : public UiTest {
 protected:
     void SetUp() override {
@@ -67,7 +65,6 @@ protected:
     TempWorkDir dir_;
 };
 
-// Receives panel commands.
 class CommandSink : public Panel {
 public:
     CommandSink() : Panel("sink") {}
@@ -93,7 +90,6 @@ TEST_F(Widgets, LabelSizesToTextAndButtonCentresIt) {
     EXPECT_EQ(button->textOffsetX, (75 - button->textWidth) / 2);
     button->SetProperty("size", "401 25");
     EXPECT_EQ(button->textOffsetX, (401 - button->textWidth) / 2) << "resizing re-centres";
-    // Drawn at its offset and clipped to the part of the button inside its parent.
     top_->Draw();
     const int at = renderer_.IndexOf("text " + std::to_string(button->fontId) + " " + button->text + " " +
                                      std::to_string(10 + button->textOffsetX) + " " +
@@ -120,13 +116,11 @@ TEST_F(Widgets, ButtonRunsItsCommandsOnlyWhenReleasedOverIt) {
     EXPECT_EQ(g_commandQueue, std::vector<std::string>{"testcmd"});
     EXPECT_EQ(sink->received, std::vector<std::string>{"apply"});
 
-    // Released elsewhere: nothing runs and the colour returns.
     Step(30, 30, true);
     Step(250, 150, true);
     Step(250, 150, false);
     EXPECT_EQ(g_commandQueue.size() + sink->received.size(), 2u);
     EXPECT_EQ(button->backgroundColor.r, 4);
-    // Disabled: shows the press, but takes no focus.
     button->Unfocus();
     button->enabled = false;
     button->OnMousePressed();
@@ -140,7 +134,6 @@ TEST_F(Widgets, ButtonBevelSinksAndImageFollowsState) {
     const std::vector<std::string> released = {
         "clip 10 20 75 25", "fill 10 20 75 25 150 150 150 255", "line 10 20 10 43 135 135 135 255 w1",
         "line 11 20 83 20 135 135 135 255 w1", "line 10 44 84 44 64 64 64 255 w1", "line 84 20 84 44 64 64 64 255 w1",
-        // No text: the image comes next, over where the text would be.
         "clip off", "clip 10 20 75 25", "texture 5 10 20 75 25 255 255 255 255", "clip off"};
     const int start = renderer_.IndexOf("clip 10 20 75 25");
     ASSERT_GE(start, 0);
@@ -156,7 +149,6 @@ TEST_F(Widgets, ButtonBevelSinksAndImageFollowsState) {
         top_->Draw();
         EXPECT_GE(renderer_.IndexOf("line 10 20 10 43 64 64 64 255 w1"), 0) << "sunken while pressed";
         EXPECT_GE(renderer_.IndexOf("line 84 20 84 44 135 135 135 255 w1"), 0);
-        // Without a pressed image, the released one.
         const std::string image = pressedTexture ? "texture 7" : "texture 5";
         EXPECT_GE(renderer_.IndexOf(image + " 10 20 75 25 255 255 255 255"), 0);
     }
@@ -176,7 +168,6 @@ TEST_F(Widgets, ToggleButtonFlipsBeforeItsCommands) {
 }
 
 TEST_F(Widgets, GrabBarDragsItsFormByTheMouseOffset) {
-    // A form inside an offset container, behind another form.
     Panel* container = Add(new Panel("container"), 20, 10);
     container->width = 380;
     container->height = 290;
@@ -184,7 +175,6 @@ TEST_F(Widgets, GrabBarDragsItsFormByTheMouseOffset) {
     Add(new Form("cover"), 200, 200, container);
     EXPECT_EQ(form->grabBar->text, "dragged");
 
-    // Press 10, 5 into the grab bar at screen (50, 50); the form follows the mouse and comes to the front.
     Step(60, 55, false);
     Step(60, 55, true);
     EXPECT_EQ(container->children.back(), form);
@@ -212,7 +202,6 @@ TEST_F(Widgets, FormKeepsItsBarsAtTheEdgesAndFactoryKnowsTheTypes) {
     EXPECT_TRUE(CreateWidget("button") == nullptr && CreateWidget("Form") == nullptr);
 }
 
-// The test commands on a real root panel.
 class TestCommands : public Widgets {
 protected:
     void SetUp() override {
