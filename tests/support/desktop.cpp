@@ -53,10 +53,6 @@ int DarkPixels(const Image& image, int x0, int y0, int w, int h, int maxSum) {
 
 void SleepSeconds(double seconds) { std::this_thread::sleep_for(std::chrono::duration<double>(seconds)); }
 
-bool DesktopToolsAvailable() {
-    return std::system("(command -v Xvfb && command -v xdotool && command -v import) >/dev/null 2>&1") == 0;
-}
-
 XServer::XServer(int width, int height) {
     int fds[2];
     if (pipe(fds) != 0) {
@@ -273,7 +269,8 @@ bool Desktop::RequestClose(unsigned long window) const {
 }
 
 void DesktopTest::SetUp() {
-    ASSERT_TRUE(DesktopToolsAvailable()) << "Xvfb, xdotool or ImageMagick's import is missing";
+    ASSERT_EQ(std::system("(command -v Xvfb && command -v xdotool && command -v import) >/dev/null 2>&1"), 0)
+        << "Xvfb, xdotool or ImageMagick's import is missing";
     x_.reset(new XServer());
     ASSERT_TRUE(x_->ok()) << "Xvfb did not start";
     desk_.reset(new Desktop(x_->display()));

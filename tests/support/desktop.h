@@ -93,8 +93,6 @@ private:
 
 void SleepSeconds(double seconds);
 
-bool DesktopToolsAvailable();
-
 // A host still running at the end is closed as a user would and must exit 0.
 class DesktopTest : public ::testing::Test {
 protected:

@@ -38,8 +38,6 @@ TempWorkDir::~TempWorkDir() {
         return;
     }
     std::error_code ignored;
-    // Put back write permission a test may have taken away, so the copy can be removed.
-    fs::permissions(fs::path(path_) / "test/scripts", fs::perms::owner_all, fs::perm_options::add, ignored);
     fs::remove_all(path_, ignored);
 }
 

@@ -3,8 +3,6 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "engine/engine.h"
-
 static std::string Format(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 static std::string Format(const char* format, ...) {
@@ -41,22 +39,11 @@ int RecordingRenderer::IndexOf(const std::string& text) const {
     return -1;
 }
 
-int RecordingRenderer::GetRendererId() { return 0; }
-const char* RecordingRenderer::GetName() { return "RecordingRenderer"; }
-bool RecordingRenderer::Init() { return true; }
-void RecordingRenderer::PostInit() {}
-void RecordingRenderer::Shutdown() {}
-void RecordingRenderer::Clear() { calls.push_back("clear"); }
-void RecordingRenderer::Present() { calls.push_back("present"); }
 void RecordingRenderer::SetDrawColor(uint8_t r, uint8_t g, uint8_t b, uint8_t a) {
     calls.push_back("color " + ColorText(Color{r, g, b, a}));
 }
 void RecordingRenderer::SetBlendMode(int mode) { calls.push_back(Format("blend %d", mode)); }
 void RecordingRenderer::SetClipRect(const Rect* rect) { calls.push_back(rect ? "clip " + RectText(rect) : "clip off"); }
-void RecordingRenderer::UpdateViewportScale() { calls.push_back("viewport"); }
-void RecordingRenderer::Begin2D() { calls.push_back("begin2d"); }
-void RecordingRenderer::SetPerspective(float, float, float, float) { calls.push_back("perspective"); }
-void RecordingRenderer::Begin3D(int, int, int, int, float, float, float) { calls.push_back("begin3d"); }
 Texture RecordingRenderer::CreateTexture(SDL_Surface*, const std::string& name, bool) {
     calls.push_back("create_texture " + name);
     return Texture();
@@ -70,11 +57,6 @@ void RecordingRenderer::DrawTexture(Texture texture, int x, int y) {
 void RecordingRenderer::DrawLine(Point p1, Point p2, Color color, int width) {
     calls.push_back(Format("line %d %d %d %d ", p1.x, p1.y, p2.x, p2.y) + ColorText(color) + Format(" w%d", width));
 }
-void RecordingRenderer::DrawArrow(Point, Point, Color, int, int, int) { calls.push_back("arrow"); }
-void RecordingRenderer::FillPolygon(const std::vector<Point>&, int, Color) { calls.push_back("fill_polygon"); }
-void RecordingRenderer::DrawPolygon(const std::vector<Point>&, int, int, Color) { calls.push_back("polygon"); }
-void RecordingRenderer::FillCircle(Point, int, Color, int) { calls.push_back("fill_circle"); }
-void RecordingRenderer::DrawCircle(Point, int, Color, int, int) { calls.push_back("circle"); }
 void RecordingRenderer::DrawRect(const Rect* rect, Color color) {
     calls.push_back("rect " + RectText(rect) + " " + ColorText(color));
 }
@@ -84,9 +66,3 @@ void RecordingRenderer::FillRect(const Rect* rect, Color color) {
 void RecordingRenderer::DrawText(int fontId, const char* text, int x, int y) {
     calls.push_back(Format("text %d ", fontId) + (text ? text : "") + Format(" %d %d", x, y));
 }
-void RecordingRenderer::ReservedHook() {}
-void RecordingRenderer::SaveTextureBmp(SDL_Texture*, const std::string& path) { calls.push_back("save_bmp " + path); }
-void RecordingRenderer::DrawModel(ModelRecord*, float, float, float, float, float, float) { calls.push_back("model"); }
-
-ScopedRenderer::ScopedRenderer(IRenderer* renderer) : previous_(g_renderer) { g_renderer = renderer; }
-ScopedRenderer::~ScopedRenderer() { g_renderer = previous_; }

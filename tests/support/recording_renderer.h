@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/engine.h"
 #include "render/renderer.h"
 
 class RecordingRenderer : public IRenderer {
@@ -13,47 +14,46 @@ public:
     std::vector<std::string> calls;
 
     void Reset() { calls.clear(); }
-    // Lines that start with the prefix, in order.
     std::vector<std::string> Matching(const std::string& prefix) const;
-    // Index of the first line equal to text, or -1.
+    // -1 when absent.
     int IndexOf(const std::string& text) const;
 
-    int GetRendererId() override;
-    const char* GetName() override;
-    bool Init() override;
-    void PostInit() override;
-    void Shutdown() override;
-    void Clear() override;
-    void Present() override;
+    int GetRendererId() override { return 0; }
+    const char* GetName() override { return "RecordingRenderer"; }
+    bool Init() override { return true; }
+    void PostInit() override {}
+    void Shutdown() override {}
+    void Clear() override { calls.push_back("clear"); }
+    void Present() override { calls.push_back("present"); }
     void SetDrawColor(uint8_t r, uint8_t g, uint8_t b, uint8_t a) override;
     void SetBlendMode(int mode) override;
     void SetClipRect(const Rect* rect) override;
-    void UpdateViewportScale() override;
-    void Begin2D() override;
-    void SetPerspective(float fovX, float fovY, float zNear, float zFar) override;
-    void Begin3D(int x, int y, int w, int h, float fov, float zNear, float zFar) override;
+    void UpdateViewportScale() override { calls.push_back("viewport"); }
+    void Begin2D() override { calls.push_back("begin2d"); }
+    void SetPerspective(float, float, float, float) override { calls.push_back("perspective"); }
+    void Begin3D(int, int, int, int, float, float, float) override { calls.push_back("begin3d"); }
     Texture CreateTexture(SDL_Surface* surface, const std::string& name, bool filter) override;
     void DrawTextureById(const Rect* rect, Color color, int id) override;
     void DrawTexture(Texture texture, int x, int y) override;
     void DrawLine(Point p1, Point p2, Color color, int width) override;
-    void DrawArrow(Point p1, Point p2, Color color, int width, int headLength, int headWidth) override;
-    void FillPolygon(const std::vector<Point>& points, int count, Color color) override;
-    void DrawPolygon(const std::vector<Point>& points, int count, int width, Color color) override;
-    void FillCircle(Point center, int radius, Color color, int segments) override;
-    void DrawCircle(Point center, int radius, Color color, int width, int segments) override;
+    void DrawArrow(Point, Point, Color, int, int, int) override { calls.push_back("arrow"); }
+    void FillPolygon(const std::vector<Point>&, int, Color) override { calls.push_back("fill_polygon"); }
+    void DrawPolygon(const std::vector<Point>&, int, int, Color) override { calls.push_back("polygon"); }
+    void FillCircle(Point, int, Color, int) override { calls.push_back("fill_circle"); }
+    void DrawCircle(Point, int, Color, int, int) override { calls.push_back("circle"); }
     void DrawRect(const Rect* rect, Color color) override;
     void FillRect(const Rect* rect, Color color) override;
     void DrawText(int fontId, const char* text, int x, int y) override;
-    void ReservedHook() override;
-    void SaveTextureBmp(SDL_Texture* texture, const std::string& path) override;
-    void DrawModel(ModelRecord* model, float px, float py, float pz, float rx, float ry, float rz) override;
+    void ReservedHook() override {}
+    void SaveTextureBmp(SDL_Texture*, const std::string& path) override { calls.push_back("save_bmp " + path); }
+    void DrawModel(ModelRecord*, float, float, float, float, float, float) override { calls.push_back("model"); }
 };
 
 // Installs a renderer as g_renderer for a scope and puts the previous one back.
 class ScopedRenderer {
 public:
-    explicit ScopedRenderer(IRenderer* renderer);
-    ~ScopedRenderer();
+    explicit ScopedRenderer(IRenderer* renderer) : previous_(g_renderer) { g_renderer = renderer; }
+    ~ScopedRenderer() { g_renderer = previous_; }
     ScopedRenderer(const ScopedRenderer&) = delete;
     ScopedRenderer& operator=(const ScopedRenderer&) = delete;
 
