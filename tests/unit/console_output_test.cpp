@@ -19,11 +19,3 @@ TEST(ConsoleOutput, TextIsKeptAsGivenUpTo4095BytesInLogAndConsoleText) {
     EXPECT_EQ(log.text(), "100%d %s %n done\nsecond 2\n");
     EXPECT_EQ(g_consoleText, "100%d %s %n done\nsecond 2") << "no newline added";
 }
-
-TEST(ConsoleOutput, SysErrorMsgBoxPrintsLikeConMsgWithoutADisplay) {
-    LogCapture log;
-    g_consoleText.clear();
-    SysErrorMsgBox("Failed to init window\n");
-    EXPECT_EQ(log.text(), "Failed to init window\n");
-    EXPECT_EQ(g_consoleText, "Failed to init window\n");
-}

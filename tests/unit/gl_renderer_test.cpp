@@ -193,11 +193,3 @@ TEST_F(GLRendererTest, ShaderReloadRebuildsOnEveryWriteAndReportsBadSources) {
               "Error: Model shader source is missing.\n");
     EXPECT_EQ(modelProgram, built);
 }
-
-TEST(ShaderReload, ChangesOnlyTheValueWhileGLIsNotLoaded) {
-    LogCapture log;
-    cv_shader_reload.SetString("1");
-    EXPECT_EQ(log.text(), "");
-    EXPECT_EQ(modelProgram, 0u);
-    EXPECT_EQ(cv_shader_reload.value, "1");
-}

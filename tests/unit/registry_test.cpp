@@ -70,10 +70,3 @@ TEST(Registry, HooksAreCalledWithTheCommonObjectAndUnsetHooksAreSkipped) {
     const EngineHooks none = {nullptr, nullptr, nullptr};
     common->SetHooks(&none);
 }
-
-TEST(FileSystem, PathsAreBuiltUnderTheFixedAssetRoot) {
-    EXPECT_EQ(g_fileSystem->GetShaderPath("model.vert"), "./test/shaders/model.vert");
-    EXPECT_EQ(g_fileSystem->GetMaterialPath("m"), "./test/mat/m");
-    EXPECT_EQ(g_fileSystem->GetModelPath(""), "./test/models/");
-    EXPECT_EQ(g_fileSystem->GetTexturePath("a/../b\\c//d.bmp"), "./test/tex/a/../b\\c//d.bmp");
-}
