@@ -142,6 +142,20 @@ TEST_F(Fonts, OpaqueBackColourGivesGlyphsOnThatBackground) {
     }
 }
 
+TEST_F(Fonts, DrawFontAtlasOutlinesTheAtlasInRed) {
+    const int handle = g_fontSystem->LoadFont("atlas_view", kInconsolata, 12, Color{0, 255, 0, 255}, kClear);
+    FontRecord* font = g_fontSystem->GetFont(handle);
+    ASSERT_TRUE(font && font->atlas.width < width_ && font->atlas.height < height_);
+    const Frame frame = Render(kBlack, [&] { g_renderer->DrawFontAtlas(handle); });
+    const int right = font->atlas.width - 1, bottom = font->atlas.height - 1;
+    for (int px : {0, right}) {
+        for (int py : {0, bottom}) {
+            EXPECT_TRUE(SameColor(frame.At(px, py), kRed)) << px << "," << py;
+        }
+    }
+    EXPECT_TRUE(SameColor(frame.At(right + 1, bottom + 1), kBlack));
+}
+
 TEST_F(Fonts, UnusableFontFilesGiveNoHandleSilently) {
     std::mt19937 random(1234);
     std::string bytes(4096, '\0');
