@@ -11,6 +11,15 @@
 #include "render/draw_types.h"
 #include "support/engine_fixture.h"
 
+// Opaque colours the pixel tests draw and look for.
+inline constexpr Color kBlack = {0, 0, 0, 255};
+inline constexpr Color kWhite = {255, 255, 255, 255};
+inline constexpr Color kGrey = {128, 128, 128, 255};
+inline constexpr Color kRed = {255, 0, 0, 255};
+inline constexpr Color kGreen = {0, 255, 0, 255};
+inline constexpr Color kBlue = {0, 0, 255, 255};
+inline constexpr Color kMagenta = {255, 0, 255, 255};
+
 std::string ToString(Color c);
 
 // The bytes of a file under tests/data/; "" when it cannot be read.

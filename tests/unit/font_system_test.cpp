@@ -15,9 +15,6 @@ namespace {
 
 const std::string kOpenSans = std::string(VORMI_SOURCE_DIR) + "/test/fonts/OpenSans-Regular.ttf";
 const std::string kInconsolata = std::string(VORMI_SOURCE_DIR) + "/test/fonts/Inconsolata-Regular.ttf";
-const Color kBlack = {0, 0, 0, 255};
-const Color kRed = {255, 0, 0, 255};
-const Color kBlue = {0, 0, 255, 255};
 const Color kClear = {255, 255, 255, 0};
 
 class Fonts : public OffscreenTest {

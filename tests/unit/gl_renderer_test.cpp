@@ -19,13 +19,6 @@
 
 namespace {
 
-const Color kRed = {255, 0, 0, 255};
-const Color kGreen = {0, 255, 0, 255};
-const Color kBlue = {0, 0, 255, 255};
-const Color kWhite = {255, 255, 255, 255};
-const Color kBlack = {0, 0, 0, 255};
-const Color kGrey = {128, 128, 128, 255};
-const Color kMagenta = {255, 0, 255, 255};
 
 struct Probe {
     int x, y;

@@ -13,10 +13,6 @@
 
 namespace {
 
-const Color kWhite = {255, 255, 255, 255};
-const Color kRed = {255, 0, 0, 255};
-const Color kGreen = {0, 255, 0, 255};
-const Color kBlue = {0, 0, 255, 255};
 
 class TextureMgrTest : public OffscreenTest {
 protected:
