@@ -4,15 +4,21 @@
 
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <locale>
 #include <sstream>
 
 #include "console/command_system.h"
 #include "engine/console_output.h"
+#include "engine/file_check.h"
 #include "engine/registry.h"
 
 const char* const kCVarFilePath = "./test/scripts/cvars.txt";
+
+// A settings file that is there but could not be read is never written over: the user's settings in
+// it are worth more than the values this run started from.
+static std::string s_unreadPath;
 
 // Constant-initialised: variables in any translation unit may be constructed before this file's.
 static CVar* s_declarationHead = nullptr;
@@ -114,10 +120,19 @@ CVar* CVarInterface::Find(const std::string& name) {
 }
 
 void CVarInterface::LoadFile(const std::string& path) {
-    std::ifstream file(path);
+    std::ifstream file;
+    if (IsRegularFile(path)) {
+        file.open(path);
+    }
     if (!file.is_open()) {
         ConMsg("Error: Could not open file '%s'\n", path.c_str());
+        if (ExistsButUnreadable(path)) {
+            s_unreadPath = path;
+        }
         return;
+    }
+    if (s_unreadPath == path) {
+        s_unreadPath.clear();
     }
     std::string line;
     while (std::getline(file, line)) {
@@ -129,10 +144,32 @@ void CVarInterface::Save() {
     SaveTo(kCVarFilePath);
 }
 
+// Where the settings really live: a symbolic link is followed to its target, so the rename below
+// replaces the target and the link stays.
+static std::string WriteTarget(const std::string& path) {
+    std::error_code error;
+    std::filesystem::path target = path;
+    for (int hops = 0; hops < 40 && std::filesystem::is_symlink(target, error); ++hops) {
+        const std::filesystem::path link = std::filesystem::read_symlink(target, error);
+        if (error) {
+            break;
+        }
+        target = link.is_absolute() ? link : target.parent_path() / link;
+    }
+    return target.string();
+}
+
 bool CVarInterface::SaveTo(const std::string& path) {
+    if (!s_unreadPath.empty() && s_unreadPath == path) {
+        ConMsg("Error: Could not open file '%s'\n", path.c_str());
+        return false;
+    }
     // Write the whole file beside the old one and rename it over: a crash, a kill or a full disk in
     // mid-write leaves the previous settings intact.
-    const std::string tempPath = path + ".tmp";
+    const std::string targetPath = WriteTarget(path);
+    const std::string tempPath = targetPath + ".tmp";
+    // Whatever a killed run left under the temporary name goes first, be it a file, a link or a FIFO.
+    std::remove(tempPath.c_str());
     FILE* file = std::fopen(tempPath.c_str(), "wb");
     if (!file) {
         ConMsg("Error: Could not open file '%s'\n", path.c_str());
@@ -150,7 +187,7 @@ bool CVarInterface::SaveTo(const std::string& path) {
     }
     ok = (std::fflush(file) == 0) && ok;
     ok = (std::fclose(file) == 0) && ok;
-    if (!ok || std::rename(tempPath.c_str(), path.c_str()) != 0) {
+    if (!ok || std::rename(tempPath.c_str(), targetPath.c_str()) != 0) {
         std::remove(tempPath.c_str());
         ConMsg("Error: Could not open file '%s'\n", path.c_str());
         return false;

@@ -29,6 +29,7 @@ typedef int (*EngineMainFn)(void);
 typedef IEngineCommon* (*GetEngineCommonFn)(void);
 typedef void (*ConMsgFn)(const char*, ...);
 typedef void (*CommandGlobalFn)(const char*);
+typedef const char* (*VideoDriverFn)(void);
 
 struct Options {
     std::string workDir;
@@ -44,6 +45,7 @@ struct Engine {
     ConMsgFn conMsg = nullptr;
     ConMsgFn sysErrorMsgBox = nullptr;
     CommandGlobalFn commandGlobal = nullptr;
+    VideoDriverFn currentVideoDriver = nullptr;  // SDL's, reached through the engine's dependencies
 };
 
 Options g_options;
@@ -161,10 +163,26 @@ bool LoadEngine(const std::string& libraryPath) {
             return false;
         }
     }
+    g_engine.currentVideoDriver = reinterpret_cast<VideoDriverFn>(dlsym(library, "SDL_GetCurrentVideoDriver"));
     return true;
 }
 
+// Without a display SDL falls back to a driver whose window nobody sees; said once, so a run that
+// seems to hang explains itself.
+void WarnInvisibleDriver() {
+    const char* asked = std::getenv("SDL_VIDEODRIVER");
+    const char* driver = g_engine.currentVideoDriver ? g_engine.currentVideoDriver() : nullptr;
+    if ((asked && *asked) || !driver || (std::strcmp(driver, "offscreen") != 0 && std::strcmp(driver, "dummy") != 0)) {
+        return;
+    }
+    std::fprintf(stderr,
+                 "vormi: no display: SDL picked its \"%s\" video driver, whose window cannot be seen; "
+                 "run with a display, or pass --frames N to end after N frames\n",
+                 driver);
+}
+
 void StartHook(IEngineCommon* common) {
+    WarnInvisibleDriver();
     for (const std::string& line : g_options.execLines) {
         g_engine.commandGlobal(line.c_str());
     }

@@ -3,6 +3,7 @@
 #include <SDL.h>
 
 #include "engine/console_output.h"
+#include "engine/file_check.h"
 #include "render/gl_renderer.h"
 #include "resources/file_system.h"
 
@@ -14,7 +15,7 @@ static const GLsizei kInfoLogBytes = 1024;
 
 std::string LoadShaderFile(const std::string& name) {
     const std::string path = g_fileSystem->GetShaderPath(name);
-    SDL_RWops* rw = SDL_RWFromFile(path.c_str(), "rb");
+    SDL_RWops* rw = IsRegularFile(path) ? SDL_RWFromFile(path.c_str(), "rb") : nullptr;
     if (!rw) {
         ConMsg("Failed to open shader file: %s\n", path.c_str());
         return std::string();

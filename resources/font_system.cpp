@@ -8,6 +8,7 @@
 
 #include "engine/console_output.h"
 #include "engine/engine.h"
+#include "engine/file_check.h"
 #include "engine/registry.h"
 #include "render/renderer.h"
 
@@ -33,6 +34,10 @@ static const int kAtlasRows = 6;
 static const int kMaxFontSize = 256;
 // A font with absurd metrics must not make us allocate an absurd surface.
 static const int kMaxAtlasSide = 16384;
+// A glyph is rendered into a surface of its own before the blit clips it to its cell. One wider or
+// taller than this many cells is a broken font, not a design, and is left out before that surface
+// is made: a damaged glyph box once asked for half a gigabyte at size 12.
+static const int kMaxGlyphCells = 4;
 
 static bool SameColor(Color a, Color b) {
     return a.r == b.r && a.g == b.g && a.b == b.b && a.a == b.a;
@@ -87,11 +92,28 @@ static void ReadMetrics(TTF_Font* font, FontRecord& record) {
     record.cellHeight = TTF_FontHeight(font);
 }
 
+// Measuring a glyph gives the size of the surface rendering it would make, without making it.
+static bool GlyphTooLarge(TTF_Font* font, int c, const FontRecord& record) {
+    const char text[2] = {static_cast<char>(c), '\0'};
+    int w = 0;
+    int h = 0;
+    if (TTF_SizeText(font, text, &w, &h) != 0) {
+        return false;
+    }
+    return int64_t(w) > int64_t(kMaxGlyphCells) * record.cellWidth ||
+           int64_t(h) > int64_t(kMaxGlyphCells) * record.cellHeight;
+}
+
 static void RenderGlyphs(TTF_Font* font, FontRecord& record, SDL_Surface* atlas) {
     const bool lcd = record.backColor.a != 0;
     const SDL_Color fg = ToSDLColor(record.color);
     const SDL_Color bg = ToSDLColor(record.backColor);
+    int oversized = 0;
     for (int c = kFirstGlyph; c <= kLastGlyph; ++c) {
+        if (GlyphTooLarge(font, c, record)) {
+            ++oversized;
+            continue;
+        }
         const Uint16 ch = static_cast<Uint16>(c);
         SDL_Surface* glyph = lcd ? TTF_RenderGlyph_LCD(font, ch, fg, bg) : TTF_RenderGlyph_Blended(font, ch, fg);
         if (!glyph) {
@@ -106,6 +128,9 @@ static void RenderGlyphs(TTF_Font* font, FontRecord& record, SDL_Surface* atlas)
         }
         SDL_FreeSurface(glyph);
     }
+    if (oversized > 0) {
+        ConMsg("Warning: %s: %d glyphs too large for size %d left out\n", record.path.c_str(), oversized, record.size);
+    }
 }
 
 int FontSystem::LoadFont(const std::string& name, const std::string& path, int size, Color color,
@@ -114,7 +139,7 @@ int FontSystem::LoadFont(const std::string& name, const std::string& path, int s
     if (!g_renderer || size <= 0 || size > kMaxFontSize) {
         return -1;
     }
-    TTF_Font* font = TTF_OpenFont(path.c_str(), size);
+    TTF_Font* font = IsRegularFile(path) ? TTF_OpenFont(path.c_str(), size) : nullptr;
     if (!font) {
         return -1;
     }

@@ -4,6 +4,7 @@
 
 #include "engine/console_output.h"
 #include "engine/engine.h"
+#include "engine/file_check.h"
 #include "engine/registry.h"
 #include "render/gl_renderer.h"
 #include "render/renderer.h"
@@ -31,7 +32,7 @@ static int32_t ReadI32(const uint8_t* p) {
 // nothing. Callers zero-fill their buffers first, so whatever the file does not hold stays zero.
 class ModelFileReader {
 public:
-    explicit ModelFileReader(SDL_RWops* stream) : rw(stream), size(SDL_RWsize(stream)) {
+    explicit ModelFileReader(SDL_RWops* stream) : rw(stream), size(SDL_RWsize(stream)), budget(size) {
         if (size < 0) {
             failed = true;
         }
@@ -56,20 +57,23 @@ public:
         }
     }
 
-    // Counts come from the file and are not trusted: an array can never be larger than the file
-    // itself, and a negative count is an empty array.
-    size_t ClampCount(int32_t count, size_t elementSize) const {
-        if (count <= 0 || size <= 0) {
+    // Counts come from the file and are not trusted: the arrays together can never be larger than
+    // the file itself (each takes what is left of it), and a negative count is an empty array.
+    size_t ClampCount(int32_t count, size_t elementSize) {
+        if (count <= 0 || budget <= 0) {
             return 0;
         }
-        const uint64_t fits = static_cast<uint64_t>(size) / elementSize;
+        const uint64_t fits = static_cast<uint64_t>(budget) / elementSize;
         const uint64_t wanted = static_cast<uint64_t>(count);
-        return static_cast<size_t>(wanted < fits ? wanted : fits);
+        const uint64_t granted = wanted < fits ? wanted : fits;
+        budget -= static_cast<Sint64>(granted * elementSize);
+        return static_cast<size_t>(granted);
     }
 
 private:
     SDL_RWops* rw;
     Sint64 size;
+    Sint64 budget;
     bool failed = false;
 };
 
@@ -188,7 +192,7 @@ int ModelMgr::LoadModel(const std::string& name) {
     }
 
     const std::string path = g_fileSystem->GetModelPath(normalised);
-    SDL_RWops* rw = SDL_RWFromFile(path.c_str(), "rb");
+    SDL_RWops* rw = IsRegularFile(path) ? SDL_RWFromFile(path.c_str(), "rb") : nullptr;
     if (!rw) {
         ConMsg("Error: Could not open model file: %s\n", path.c_str());
         return 0;

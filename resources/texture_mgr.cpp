@@ -6,6 +6,7 @@
 
 #include "engine/console_output.h"
 #include "engine/engine.h"
+#include "engine/file_check.h"
 #include "engine/registry.h"
 #include "render/renderer.h"
 #include "resources/file_system.h"
@@ -185,7 +186,7 @@ int TextureMgr::LoadTexture(const std::string& name) {
     }
 
     SDL_Surface* surface = nullptr;
-    SDL_RWops* rw = SDL_RWFromFile(path.c_str(), "rb");
+    SDL_RWops* rw = IsRegularFile(path) ? SDL_RWFromFile(path.c_str(), "rb") : nullptr;
     if (rw) {
         if (BmpFitsFile(rw)) {
             surface = SDL_LoadBMP_RW(rw, 1);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "engine/console_output.h"
+#include "engine/file_check.h"
 #include "ui/panel.h"
 
 // Lines are read whole for their braces but kept only up to this length; no real script comes near it.
@@ -195,7 +196,7 @@ private:
 }  // namespace
 
 void Panel::LoadFromFile(const std::string& path) {
-    FILE* file = std::fopen(path.c_str(), "rb");
+    FILE* file = IsRegularFile(path) ? std::fopen(path.c_str(), "rb") : nullptr;
     if (!file) {
         ConMsg("Error: Could not open file '%s'\n", path.c_str());
         return;

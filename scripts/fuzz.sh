@@ -1,0 +1,65 @@
+#!/usr/bin/env bash
+# Builds the libFuzzer targets (build-fuzz/: clang, AddressSanitizer, UndefinedBehaviorSanitizer) and
+# runs them all at once for the given number of seconds each, from the committed corpus (fuzz/corpus/)
+# and from seeds made out of the asset tree. New inputs go to build-fuzz/found/<target>/, anything
+# that fails to build-fuzz/crashes/ with its log in build-fuzz/logs/.
+#   scripts/fuzz.sh [seconds] [target...]     (default: 5 seconds, every target)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+seconds=${1:-5}
+shift || true
+all=(cvars panel_script bmp model_sdl model_gl font ui_input)
+targets=("${@:-${all[@]}}")
+
+scripts/deps.sh
+CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVORMI_FUZZ=ON \
+  -DVORMI_BUILD_TESTS=OFF >/dev/null
+cmake --build build-fuzz -j "$(nproc 2>/dev/null || echo 2)" --target vormi_fuzz
+
+# Seeds from the shipped assets, rebuilt each run so they follow the assets. A font seed ends with the
+# three bytes the target reads as its parameters: opaque background, size 12, the common size range.
+seeds=build-fuzz/seeds
+rm -rf "$seeds"
+mkdir -p "$seeds"/{cvars,panel_script,bmp,model_sdl,model_gl,font,ui_input} build-fuzz/{found,crashes,logs}
+cp test/scripts/*.txt "$seeds/panel_script/"
+cp test/tex/*.bmp tests/data/*.bmp "$seeds/bmp/"
+cp test/models/* "$seeds/model_sdl/"
+cp test/models/* "$seeds/model_gl/"
+for font in test/fonts/*.ttf; do
+  { cat "$font"; printf '\001\004\000'; } >"$seeds/font/$(basename "$font")"
+done
+
+export SDL_AUDIODRIVER=dummy
+# Leaks are the engine tests' business (with the driver suppressions); here they would only stop runs
+# at their first GL driver allocation.
+export ASAN_OPTIONS=detect_leaks=0:alloc_dealloc_mismatch=0
+export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+pids=()
+for t in "${targets[@]}"; do
+  mkdir -p "build-fuzz/found/$t"
+  dict=()
+  [ -f "fuzz/dict/$t.dict" ] && dict=(-dict="fuzz/dict/$t.dict")
+  corpus=("build-fuzz/found/$t" "$seeds/$t")
+  [ -d "fuzz/corpus/$t" ] && corpus+=("fuzz/corpus/$t")
+  "build-fuzz/fuzz/fuzz_$t" -max_total_time="$seconds" -timeout=30 -rss_limit_mb=2048 -malloc_limit_mb=512 \
+    -print_final_stats=1 -artifact_prefix="build-fuzz/crashes/$t-" "${dict[@]}" "${corpus[@]}" \
+    >"build-fuzz/logs/$t.log" 2>&1 &
+  pids+=($!)
+done
+
+failed=0
+for i in "${!targets[@]}"; do
+  t=${targets[$i]}
+  status=0
+  wait "${pids[$i]}" || status=$?
+  runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "build-fuzz/logs/$t.log")
+  if [ "$status" -eq 0 ]; then
+    echo "fuzz $t: ${runs:-?} inputs in ${seconds}s, no failure"
+  else
+    echo "fuzz $t: FAILED (exit $status), see build-fuzz/logs/$t.log"
+    grep -m3 -E 'ERROR|runtime error|==[0-9]+==|deadly signal' "build-fuzz/logs/$t.log" || true
+    failed=1
+  fi
+done
+exit $failed
