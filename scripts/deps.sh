@@ -6,6 +6,7 @@ packages=(
   build-essential cmake pkg-config
   libsdl2-dev libsdl2-ttf-dev libgl-dev libx11-dev
   libgtest-dev
+  clang libclang-rt-14-dev
   xvfb xauth xdotool imagemagick
   mesa-utils libgl1-mesa-dri libegl-mesa0
 )

@@ -38,23 +38,37 @@ echo "kill_save: an uninterrupted run takes ${duration} ms; settings file $(stat
 old_kept=0 new_written=0 mid_write=0
 for k in $(seq 1 "$kills"); do
   cp "$settings" "$work/old"
-  sed "s/ run$((k - 1)) / run$k /" "$work/old" >"$work/new"
-  # Kill between 70 % and 110 % of a whole run: start-up, the frames and the shutdown's save.
-  delay_ms=$(( duration * (70 + RANDOM % 41) / 100 ))
+  sed -E "s/ run[0-9]+ / run$k /" "$work/old" >"$work/new"
+  # A killed save leaves its temporary file behind; the next run must cope with it, but every third
+  # run starts without one so that its appearance can be waited for.
+  [ $((k % 3)) -eq 0 ] && rm -f "$settings.tmp"
+  stale=0
+  if [ -e "$settings.tmp" ]; then stale=1; fi
   host_args "$k"
   "$vormi" "${args[@]}" >/dev/null 2>&1 &
   pid=$!
-  sleep "$(printf '%d.%03d' $((delay_ms / 1000)) $((delay_ms % 1000)))"
+  if [ $((k % 3)) -eq 0 ]; then
+    # Every third kill lands inside the save: as soon as the new file is being written, plus a few
+    # microseconds more or less.
+    delay_ms=save
+    while [ ! -e "$settings.tmp" ] && kill -0 "$pid" 2>/dev/null; do :; done
+    for ((spin = RANDOM % 30; spin > 0; spin--)); do :; done
+  else
+    # The others anywhere between 70 % and 110 % of a whole run: the frames, the shutdown, the save.
+    delay_ms=$(( duration * (70 + RANDOM % 41) / 100 ))
+    sleep "$(printf '%d.%03d' $((delay_ms / 1000)) $((delay_ms % 1000)))"
+  fi
   kill -KILL "$pid" 2>/dev/null || true
   wait "$pid" 2>/dev/null || true
-  [ -e "$settings.tmp" ] && mid_write=$((mid_write + 1))
+  if [ "$stale" -eq 0 ] && [ -e "$settings.tmp" ]; then mid_write=$((mid_write + 1)); fi
   if cmp -s "$settings" "$work/old"; then
     old_kept=$((old_kept + 1))
   elif cmp -s "$settings" "$work/new"; then
     new_written=$((new_written + 1))
   else
     echo "kill_save: after kill $k (at ${delay_ms} ms) the settings file is neither the old nor the new one" >&2
-    ls -l "$settings" >&2 || true
+    cp "$settings" build/kill_save-torn.txt; cp "$work/old" build/kill_save-old.txt; cp "$work/new" build/kill_save-new.txt
+    echo "kill_save: kept as build/kill_save-{torn,old,new}.txt" >&2
     exit 1
   fi
 done

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds the engine twice (plain, and with AddressSanitizer and
-# UndefinedBehaviorSanitizer) and runs every test of both builds.
+# UndefinedBehaviorSanitizer) and runs every test of both builds; then builds the fuzz targets and runs
+# each for a few seconds from its corpus, and kills the host about 50 times while it saves.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -17,4 +18,6 @@ for variant in build:OFF build-asan:ON; do
   cmake --build "$dir" -j "$jobs"
   (cd "$dir" && ctest --output-on-failure -j "$jobs")
 done
+scripts/fuzz.sh 5
+scripts/kill_save.sh 50
 echo "All tests passed."
