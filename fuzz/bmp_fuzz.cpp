@@ -1,12 +1,13 @@
 // BMP textures through the texture manager and the SDL renderer. A texture that loads must be one its
 // file could describe: no side past the engine's limit, no more pixels than its bytes can code.
+#include "engine/engine.h"
 #include "fuzz_support.h"
 #include "render/renderer.h"
 #include "resources/texture_mgr.h"
 
-static const uint64_t kMaxSide = 16384;
+static const int64_t kMaxSide = 16384;
 // Run-length coding is the densest a BMP gets: two bytes for up to 255 pixels.
-static const uint64_t kMaxPixelsPerByte = 128;
+static const int64_t kMaxPixelsPerByte = 128;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     StartEngine("SDLRenderer");
@@ -15,8 +16,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (handle > 0) {
         const Texture* texture = g_textureMgr->GetTexture(handle);
         FUZZ_CHECK(texture && texture->width <= kMaxSide && texture->height <= kMaxSide, "texture side");
-        FUZZ_CHECK(uint64_t(texture->width) * texture->height <= kMaxPixelsPerByte * size,
-                   "%ux%u pixels from %zu bytes", texture->width, texture->height, size);
+        FUZZ_CHECK(int64_t(texture->width) * texture->height <= kMaxPixelsPerByte * int64_t(size),
+                   "%dx%d pixels from %zu bytes", texture->width, texture->height, size);
         const Rect place = {0, 0, 64, 64};
         g_renderer->DrawTextureById(&place, Color{255, 255, 255, 255}, handle);
         g_textureMgr->UnloadTexture(handle);

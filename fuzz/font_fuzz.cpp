@@ -48,8 +48,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const Texture& atlas = font->atlas;
     FUZZ_CHECK(font->cellHeight <= pixelSize, "line of %d pixels at size %d", font->cellHeight, pixelSize);
     FUZZ_CHECK(int64_t(atlas.width) == 16 * int64_t(font->cellWidth) && int64_t(atlas.height) == 6 * int64_t(font->cellHeight),
-               "atlas %ux%u for cells %dx%d", atlas.width, atlas.height, font->cellWidth, font->cellHeight);
-    FUZZ_CHECK(atlas.width <= kMaxAtlasSide && atlas.height <= kMaxAtlasSide, "atlas %ux%u", atlas.width, atlas.height);
+               "atlas %dx%d for cells %dx%d", atlas.width, atlas.height, font->cellWidth, font->cellHeight);
+    FUZZ_CHECK(atlas.width <= kMaxAtlasSide && atlas.height <= kMaxAtlasSide, "atlas %dx%d", atlas.width, atlas.height);
     for (const auto& glyph : font->glyphs) {
         FUZZ_CHECK(glyph.x >= 0 && glyph.y >= 0 && int64_t(glyph.x) + glyph.w <= atlas.width &&
                        int64_t(glyph.y) + glyph.h <= atlas.height,
@@ -57,7 +57,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     const uint64_t atlasBytes = uint64_t(atlas.width) * atlas.height * 4;
     FUZZ_CHECK(s_largest <= 4 * std::max<uint64_t>(atlasBytes, file.size()) + kSlackBytes,
-               "a %zu-byte allocation for a %ux%u atlas from %zu bytes", s_largest, atlas.width, atlas.height, file.size());
+               "a %zu-byte allocation for a %dx%d atlas from %zu bytes", s_largest, atlas.width, atlas.height, file.size());
     // Font records are never removed; the atlas is what costs, so it goes back at once.
     g_textureMgr->FreeTextureRecord(&font->atlas);
     ForgetOutput();

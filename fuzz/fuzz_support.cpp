@@ -18,12 +18,15 @@
 
 namespace fs = std::filesystem;
 
+static void DropLog(void*, int, SDL_LogPriority, const char*) {}
+
 void EnterAssetCopy() {
     static bool s_entered = false;
     if (s_entered) {
         return;
     }
     s_entered = true;
+    SDL_LogSetOutputFunction(DropLog, nullptr);
     std::error_code error;
     const fs::path dir = fs::temp_directory_path() / ("vormi-fuzz-" + std::to_string(getpid()));
     fs::remove_all(dir, error);
@@ -44,8 +47,6 @@ void WriteFile(const std::string& path, const uint8_t* data, size_t size) {
     out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
 }
 
-static void DropLog(void*, int, SDL_LogPriority, const char*) {}
-
 void StartEngine(const char* rendererName) {
     static bool s_started = false;
     if (s_started) {
@@ -53,7 +54,6 @@ void StartEngine(const char* rendererName) {
     }
     s_started = true;
     EnterAssetCopy();
-    SDL_LogSetOutputFunction(DropLog, nullptr);
     SDL_setenv("SDL_VIDEODRIVER", "offscreen", 1);
     SDL_SetHint(SDL_HINT_RENDER_DRIVER, "software");
     FUZZ_CHECK(SDL_Init(SDL_INIT_VIDEO) == 0 && TTF_Init() == 0, "SDL: %s", SDL_GetError());

@@ -8,12 +8,12 @@
 #include <cstdlib>
 #include <string>
 
-// Makes a fresh copy of test/ (without a settings file) the working directory; once per process.
+// Makes a fresh copy of test/ (without a settings file) the working directory, and keeps console
+// output off the terminal; once per process. Paths given to libFuzzer must therefore be absolute.
 void EnterAssetCopy();
 // Replaces the file at path (relative to the working directory) with the bytes.
 void WriteFile(const std::string& path, const uint8_t* data, size_t size);
-// Everything EngineMain starts before its loop, with the named renderer in a small window. Console
-// output is kept off the terminal. Once per process.
+// Everything EngineMain starts before its loop, with the named renderer in a small window; once.
 void StartEngine(const char* rendererName);
 // Forgets console output and queued commands, so nothing grows from one input to the next.
 void ForgetOutput();

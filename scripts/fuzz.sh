@@ -6,6 +6,7 @@
 #   scripts/fuzz.sh [seconds] [target...]     (default: 5 seconds, every target)
 set -euo pipefail
 cd "$(dirname "$0")/.."
+root=$(pwd)
 
 seconds=${1:-5}
 shift || true
@@ -19,9 +20,11 @@ cmake --build build-fuzz -j "$(nproc 2>/dev/null || echo 2)" --target vormi_fuzz
 
 # Seeds from the shipped assets, rebuilt each run so they follow the assets. A font seed ends with the
 # three bytes the target reads as its parameters: opaque background, size 12, the common size range.
-seeds=build-fuzz/seeds
+seeds=$root/build-fuzz/seeds
 rm -rf "$seeds"
 mkdir -p "$seeds"/{cvars,panel_script,bmp,model_sdl,model_gl,font,ui_input} build-fuzz/{found,crashes,logs}
+# The targets work in a copy of the asset tree, so every path handed to them is absolute.
+out=$root/build-fuzz
 cp test/scripts/*.txt "$seeds/panel_script/"
 cp test/tex/*.bmp tests/data/*.bmp "$seeds/bmp/"
 cp test/models/* "$seeds/model_sdl/"
@@ -37,14 +40,14 @@ export ASAN_OPTIONS=detect_leaks=0:alloc_dealloc_mismatch=0
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 pids=()
 for t in "${targets[@]}"; do
-  mkdir -p "build-fuzz/found/$t"
+  mkdir -p "$out/found/$t"
   dict=()
-  [ -f "fuzz/dict/$t.dict" ] && dict=(-dict="fuzz/dict/$t.dict")
-  corpus=("build-fuzz/found/$t" "$seeds/$t")
-  [ -d "fuzz/corpus/$t" ] && corpus+=("fuzz/corpus/$t")
-  "build-fuzz/fuzz/fuzz_$t" -max_total_time="$seconds" -timeout=30 -rss_limit_mb=2048 -malloc_limit_mb=512 \
-    -print_final_stats=1 -artifact_prefix="build-fuzz/crashes/$t-" "${dict[@]}" "${corpus[@]}" \
-    >"build-fuzz/logs/$t.log" 2>&1 &
+  [ -f "fuzz/dict/$t.dict" ] && dict=(-dict="$root/fuzz/dict/$t.dict")
+  corpus=("$out/found/$t" "$seeds/$t")
+  [ -d "fuzz/corpus/$t" ] && corpus+=("$root/fuzz/corpus/$t")
+  "$out/fuzz/fuzz_$t" -max_total_time="$seconds" -timeout=30 -rss_limit_mb=2048 -malloc_limit_mb=512 \
+    -print_final_stats=1 -artifact_prefix="$out/crashes/$t-" "${dict[@]}" "${corpus[@]}" \
+    >"$out/logs/$t.log" 2>&1 &
   pids+=($!)
 done
 
