@@ -129,7 +129,8 @@ static void RenderGlyphs(TTF_Font* font, FontRecord& record, SDL_Surface* atlas)
         SDL_FreeSurface(glyph);
     }
     if (oversized > 0) {
-        ConMsg("Warning: %s: %d glyphs too large for size %d left out\n", record.path.c_str(), oversized, record.size);
+        ConMsg("Warning: %s at size %d: left out %d glyph(s) far larger than a cell\n", record.path.c_str(), record.size,
+               oversized);
     }
 }
 

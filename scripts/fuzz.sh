@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets (build-fuzz/: clang, AddressSanitizer, UndefinedBehaviorSanitizer) and
 # runs them all at once for the given number of seconds each, from the committed corpus (fuzz/corpus/)
-# and from seeds made out of the asset tree. New inputs go to build-fuzz/found/<target>/, anything
-# that fails to build-fuzz/crashes/ with its log in build-fuzz/logs/.
+# and from seeds made out of the asset tree. Runs of a minute or more keep new inputs in
+# build-fuzz/found/<target>/ and start from them next time; anything that fails goes to
+# build-fuzz/crashes/, with its log in build-fuzz/logs/.
 #   scripts/fuzz.sh [seconds] [target...]     (default: 5 seconds, every target)
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -34,16 +35,20 @@ for font in test/fonts/*.ttf; do
 done
 
 export SDL_AUDIODRIVER=dummy
-# Leaks are the engine tests' business (with the driver suppressions); here they would only stop runs
-# at their first GL driver allocation.
-export ASAN_OPTIONS=detect_leaks=0:alloc_dealloc_mismatch=0
+# A small quarantine keeps seven targets at once within a shared machine's memory; the GL driver's own
+# leaks and mismatched frees are the suppressed ones of the tests.
+export ASAN_OPTIONS=detect_leaks=1:alloc_dealloc_mismatch=0:quarantine_size_mb=64
+export LSAN_OPTIONS=suppressions=$root/tests/lsan.supp
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 pids=()
 for t in "${targets[@]}"; do
-  mkdir -p "$out/found/$t"
+  # Long runs keep what they find for the next long run; a smoke starts from the corpus alone.
+  found=$out/found/$t
+  if [ "$seconds" -lt 60 ]; then found=$out/smoke/$t; rm -rf "$found"; fi
+  mkdir -p "$found"
   dict=()
   [ -f "fuzz/dict/$t.dict" ] && dict=(-dict="$root/fuzz/dict/$t.dict")
-  corpus=("$out/found/$t" "$seeds/$t")
+  corpus=("$found" "$seeds/$t")
   [ -d "fuzz/corpus/$t" ] && corpus+=("$root/fuzz/corpus/$t")
   "$out/fuzz/fuzz_$t" -max_total_time="$seconds" -timeout=30 -rss_limit_mb=2048 -malloc_limit_mb=512 \
     -print_final_stats=1 -artifact_prefix="$out/crashes/$t-" "${dict[@]}" "${corpus[@]}" \
