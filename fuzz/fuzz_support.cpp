@@ -18,15 +18,13 @@
 
 namespace fs = std::filesystem;
 
-static void DropLog(void*, int, SDL_LogPriority, const char*) {}
-
 void EnterAssetCopy() {
     static bool s_entered = false;
     if (s_entered) {
         return;
     }
     s_entered = true;
-    SDL_LogSetOutputFunction(DropLog, nullptr);
+    SDL_LogSetOutputFunction([](void*, int, SDL_LogPriority, const char*) {}, nullptr);
     std::error_code error;
     const fs::path dir = fs::temp_directory_path() / ("vormi-fuzz-" + std::to_string(getpid()));
     fs::remove_all(dir, error);

@@ -19,11 +19,5 @@ void StartEngine(const char* rendererName);
 void ForgetOutput();
 
 // A broken expectation: say which, then abort so that libFuzzer keeps the input.
-#define FUZZ_CHECK(condition, ...)              \
-    do {                                        \
-        if (!(condition)) {                     \
-            std::fprintf(stderr, __VA_ARGS__);  \
-            std::fputc('\n', stderr);           \
-            std::abort();                       \
-        }                                       \
-    } while (0)
+#define FUZZ_CHECK(condition, ...) \
+    ((condition) ? void(0) : (std::fprintf(stderr, __VA_ARGS__), std::fputc('\n', stderr), std::abort()))

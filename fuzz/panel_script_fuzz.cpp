@@ -9,8 +9,8 @@
 
 static const char* const kScriptPath = "./test/scripts/fuzz_panel.txt";
 static const char* const kBlanks = " \t\n\v\f\r";
-static const char* const kWidgetTypes[] = {"Panel",  "GrabBar",    "ImagePanel", "Label",
-                                           "Button", "ToggleButton", "TextBox",  "RichTextBox"};
+static const std::vector<std::string> kWidgetTypes = {"Panel",  "GrabBar",      "ImagePanel", "Label",
+                                                      "Button", "ToggleButton", "TextBox",    "RichTextBox"};
 
 static std::string FirstWord(const std::string& line, size_t* end) {
     const size_t begin = std::min(line.find_first_not_of(kBlanks), line.size());
@@ -18,7 +18,7 @@ static std::string FirstWord(const std::string& line, size_t* end) {
     return line.substr(begin, *end - begin);
 }
 
-// The value of a "name" line, or false when the line sets something else.
+// The value of a "name" line (between the first and the last quote, if any), or false for another key.
 static bool NameValue(const std::string& line, std::string* value) {
     size_t end = 0;
     if (FirstWord(line, &end) != "name") {
@@ -33,11 +33,10 @@ static bool NameValue(const std::string& line, std::string* value) {
     return true;
 }
 
-// The names the children must have after loading the text, in no particular order.
+// The sorted names the children must have after loading the text.
 static std::vector<std::string> ExpectedChildren(const std::string& text) {
-    std::vector<std::string> children;
-    std::vector<std::string> block;
-    std::string typeWord;
+    std::vector<std::string> children, block;
+    std::string typeWord, name;
     bool inBlock = false;
     for (size_t begin = 0; begin < text.size();) {
         const size_t end = std::min(text.find('\n', begin), text.size());
@@ -48,18 +47,12 @@ static std::vector<std::string> ExpectedChildren(const std::string& text) {
             block.clear();
         } else if (line.find('}') != std::string::npos) {
             if (inBlock && typeWord != "This") {
-                std::string lookup;
-                const auto named = std::find_if(block.begin(), block.end(),
-                                                [&](const std::string& l) { return NameValue(l, &lookup); });
-                auto target = named == block.end() ? children.end()
-                                                   : std::find(children.begin(), children.end(), lookup);
-                const bool known = std::find(std::begin(kWidgetTypes), std::end(kWidgetTypes), typeWord) !=
-                                   std::end(kWidgetTypes);
-                if (target == children.end() && known) {
-                    children.push_back(typeWord);
-                    target = children.end() - 1;
+                // A block's first "name" line picks an existing child; otherwise a known type makes one.
+                const auto named = std::find_if(block.begin(), block.end(), [&](auto& l) { return NameValue(l, &name); });
+                auto target = named == block.end() ? children.end() : std::find(children.begin(), children.end(), name);
+                if (target == children.end() && std::count(kWidgetTypes.begin(), kWidgetTypes.end(), typeWord)) {
+                    target = children.insert(children.end(), typeWord);
                 }
-                std::string name;
                 for (const std::string& l : block) {
                     if (target != children.end() && NameValue(l, &name)) {
                         *target = name;
@@ -67,7 +60,6 @@ static std::vector<std::string> ExpectedChildren(const std::string& text) {
                 }
             }
             inBlock = false;
-            block.clear();
         } else if (inBlock) {
             block.push_back(line);
         } else {

@@ -15,11 +15,9 @@
 
 // Keys the interface reacts to, so that most key bytes hit one; other bytes are raw scancodes.
 static const SDL_Scancode kKeys[] = {
-    SDL_SCANCODE_GRAVE,  SDL_SCANCODE_ESCAPE, SDL_SCANCODE_RETURN, SDL_SCANCODE_BACKSPACE, SDL_SCANCODE_DELETE,
-    SDL_SCANCODE_LEFT,   SDL_SCANCODE_RIGHT,  SDL_SCANCODE_UP,     SDL_SCANCODE_DOWN,      SDL_SCANCODE_HOME,
-    SDL_SCANCODE_END,    SDL_SCANCODE_TAB,    SDL_SCANCODE_LCTRL,  SDL_SCANCODE_LALT,      SDL_SCANCODE_LSHIFT,
-    SDL_SCANCODE_V,      SDL_SCANCODE_A,      SDL_SCANCODE_C,      SDL_SCANCODE_X,         SDL_SCANCODE_KP_ENTER,
-};
+    SDL_SCANCODE_GRAVE, SDL_SCANCODE_ESCAPE, SDL_SCANCODE_RETURN, SDL_SCANCODE_BACKSPACE, SDL_SCANCODE_DELETE,
+    SDL_SCANCODE_LEFT,  SDL_SCANCODE_RIGHT,  SDL_SCANCODE_UP,     SDL_SCANCODE_DOWN,      SDL_SCANCODE_HOME,
+    SDL_SCANCODE_END,   SDL_SCANCODE_TAB,    SDL_SCANCODE_LCTRL,  SDL_SCANCODE_LALT,      SDL_SCANCODE_V};
 static const int kMaxFrames = 48;
 
 static void PushKey(Uint32 type, uint8_t code, bool repeat) {
@@ -40,8 +38,7 @@ static void PushText(const uint8_t* bytes, size_t length) {
 }
 
 struct Mouse {
-    int32_t x = 0, y = 0, wheel = 0;
-    uint32_t buttons = 0;
+    int32_t x = 0, y = 0, wheel = 0, buttons = 0;
 };
 
 static void RunFrame(const Mouse& mouse) {
@@ -51,7 +48,7 @@ static void RunFrame(const Mouse& mouse) {
     }
     g_inputSystem->mouseX = mouse.x;
     g_inputSystem->mouseY = mouse.y;
-    g_inputSystem->mouseButtons = mouse.buttons;
+    g_inputSystem->mouseButtons = static_cast<uint32_t>(mouse.buttons);
     g_inputSystem->mouseWheel = mouse.wheel;
     g_rootPanel->Update();
     g_renderer->Begin2D();

@@ -23,6 +23,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// Big-endian fields of a TrueType file.
 uint32_t Be(const std::string& f, size_t at, int bytes) {
     uint32_t v = 0;
     for (int i = 0; i < bytes; ++i) {
@@ -30,11 +31,9 @@ uint32_t Be(const std::string& f, size_t at, int bytes) {
     }
     return v;
 }
-
-void PutBe(std::string& f, size_t at, uint32_t v, int bytes) {
-    for (int i = bytes - 1; i >= 0; --i, v >>= 8) {
-        f[at + i] = static_cast<char>(v & 0xFF);
-    }
+void PutBe16(std::string& f, size_t at, uint32_t v) {
+    f[at] = static_cast<char>(v >> 8);
+    f[at + 1] = static_cast<char>(v);
 }
 
 // The shipped OpenSans with the outline of 'm' replaced by one contour of 40 points, each 32767
@@ -58,23 +57,21 @@ std::string InflatedFont() {
             sub = cmap + Be(f, cmap + 8 + 8 * i, 4);
         }
     }
-    const uint32_t segments = Be(f, sub + 6, 2) / 2;
     uint32_t seg = 0;
     while (Be(f, sub + 14 + 2 * seg, 2) < 'm') {
         ++seg;
     }
-    const uint32_t glyph = ('m' + Be(f, sub + 16 + 4 * segments + 2 * seg, 2)) & 0xFFFF;
+    const uint32_t glyph = ('m' + Be(f, sub + 16 + 2 * Be(f, sub + 6, 2) + 2 * seg, 2)) & 0xFFFF;
     const bool longLoca = Be(f, table("head") + 50, 2) == 1;
     const size_t loca = table("loca");
     const size_t at = table("glyf") + (longLoca ? Be(f, loca + 4 * glyph, 4) : 2 * Be(f, loca + 2 * glyph, 2));
     const int points = 40;
-    PutBe(f, at, 1, 2);                     // one contour; the stored box is not what FreeType uses
-    PutBe(f, at + 10, points - 1, 2);       // its last point
-    PutBe(f, at + 12, 0, 2);                // no instructions
-    PutBe(f, at + 14, 0x09, 1);             // on-curve, 16-bit deltas, the flag repeated...
-    PutBe(f, at + 15, points - 1, 1);       // ...for every other point
+    PutBe16(f, at, 1);                      // one contour; the stored box is not what FreeType uses
+    PutBe16(f, at + 10, points - 1);        // its last point
+    PutBe16(f, at + 12, 0);                 // no instructions
+    PutBe16(f, at + 14, 0x0900 | (points - 1));  // on-curve, 16-bit deltas, repeated for every point
     for (int i = 0; i < 2 * points; ++i) {  // x deltas, then y deltas
-        PutBe(f, at + 16 + 2 * i, 32767, 2);
+        PutBe16(f, at + 16 + 2 * i, 32767);
     }
     return f;
 }
