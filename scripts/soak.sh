@@ -63,20 +63,27 @@ check_host() {
   if [ "$status" -eq 0 ]; then quits=$((quits + 1)); else deaths=$((deaths + 1)); echo "death: exit $status" >>"$logs/actions.log"; fi
   start_host
 }
-random_action() {
+# One xdotool call per action carries a burst of 2 to 5 inputs, so that a loaded machine spends its
+# time in the engine rather than in starting xdotool.
+random_input() {
   local x=$((RANDOM % 1024)) y=$((RANDOM % 576))
   case $((RANDOM % 10)) in
-    0|1) xdotool key --delay 30 "${keys[RANDOM % ${#keys[@]}]}" ;;
-    2|3) local line=${lines[RANDOM % ${#lines[@]}]}
-         xdotool key grave; xdotool type --delay 20 "$line"; xdotool key Return; echo "typed: $line" ;;
-    4|5) xdotool mousemove --window "$win" $x $y click 1 ;;
-    6) xdotool mousemove --window "$win" $x $y mousedown 1 mousemove_relative -- $((RANDOM % 200 - 100)) \
-         $((RANDOM % 200 - 100)) mouseup 1 ;;
-    7) xdotool mousemove --window "$win" $x $y click $((4 + RANDOM % 2)) ;;
-    8) xdotool windowsize "$win" $((640 + RANDOM % 600)) $((480 + RANDOM % 220)) ;;
-    9) xdotool mousemove_relative -- $((RANDOM % 100 - 50)) $((RANDOM % 100 - 50)) type "ab 12" ;;
-  esac >>"$logs/actions.log" 2>&1 || true
-  actions=$((actions + 1))
+    0|1) echo "key --delay 30 ${keys[RANDOM % ${#keys[@]}]}" ;;
+    2|3) echo "key grave type --delay 20 '${lines[RANDOM % ${#lines[@]}]}' key Return" ;;
+    4|5) echo "mousemove --window $win $x $y click 1" ;;
+    6) echo "mousemove --window $win $x $y mousedown 1 mousemove_relative -- $((RANDOM % 200 - 100))" \
+         "$((RANDOM % 200 - 100)) mouseup 1" ;;
+    7) echo "mousemove --window $win $x $y click $((4 + RANDOM % 2))" ;;
+    8) echo "windowsize $win $((640 + RANDOM % 600)) $((480 + RANDOM % 220))" ;;
+    9) echo "mousemove_relative -- $((RANDOM % 100 - 50)) $((RANDOM % 100 - 50)) type 'ab 12'" ;;
+  esac
+}
+random_action() {
+  local burst=$((2 + RANDOM % 4)) command=""
+  for _ in $(seq "$burst"); do command+=" $(random_input)"; done
+  echo "$command" >>"$logs/actions.log"
+  eval "xdotool $command" >>"$logs/actions.log" 2>&1 || true
+  actions=$((actions + burst))
 }
 
 start_host
