@@ -3,7 +3,6 @@
 #include "console/command_system.h"
 #include "console/cvar.h"
 #include "engine/console_output.h"
-#include "engine/engine.h"
 #include "input/input_system.h"
 #include "ui/button.h"
 #include "ui/rich_text_box.h"
@@ -201,3 +200,27 @@ void CreateConsolePanel() {
         console->Unfocus();
     }
 }
+
+static Panel* CurrentConsole() {
+    return g_consolePanel;
+}
+
+static void ApplyConsoleVisibility() {
+    if (g_consolePanel) {
+        g_consolePanel->ApplyVisibility();
+    }
+}
+
+// The root's console keys: grave toggles the console, Alt+grave makes sure one exists and opens it.
+static ConsoleHooks s_consoleHooks(CurrentConsole, CreateConsolePanel, ApplyConsoleVisibility);
+
+static void Cmd_ShowConsole(const CommandLine&) {
+    ConsolePanel* console = g_consolePanel;
+    if (!console) {
+        return;
+    }
+    console->visible = true;
+    console->ApplyVisibility();
+}
+
+static CommandReg s_showConsole("show_console", Cmd_ShowConsole);

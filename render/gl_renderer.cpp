@@ -5,7 +5,7 @@
 
 #include "console/cvars.h"
 #include "engine/console_output.h"
-#include "engine/engine.h"
+#include "render/renderer.h"
 #include "render/shader_program.h"
 #include "resources/font_system.h"
 #include "resources/model_mgr.h"
@@ -321,7 +321,7 @@ void GLRenderer::UpdateViewportScale() {
     RefreshViewportScale();
     // The scale only lays out the UI; GL keeps drawing in window pixels.
     glViewport(0, 0, g_windowWidth, g_windowHeight);
-    ResizeRootPanelToWindow();
+    NotifyViewportResized();
 }
 
 void GLRenderer::Begin2D() {

@@ -5,9 +5,14 @@
 
 #include "console/cvars.h"
 #include "engine/console_output.h"
-#include "engine/engine.h"
 #include "resources/font_system.h"
-#include "ui/root_panel.h"
+
+SDL_Window* g_window = nullptr;
+int32_t g_windowWidth = 0;
+int32_t g_windowHeight = 0;
+IRenderer* g_renderer = nullptr;
+bool g_rendererReady = false;
+void (*g_viewportResizeListener)() = nullptr;
 
 std::vector<RendererFactory> availableRenderers;
 int32_t selectedRendererIndex = -1;
@@ -122,6 +127,11 @@ void UpdateViewportIfReady() {
     }
 }
 
+// "viewport_scale" and "viewport_autoscale" apply at once.
+void OnViewportChanged(CVar*) {
+    UpdateViewportIfReady();
+}
+
 int32_t PixelsToUiUnits(int32_t pixels) {
     if (!(g_viewportScale > 0.0f)) {
         return pixels;
@@ -171,11 +181,9 @@ float RefreshViewportScale() {
     return scale;
 }
 
-void ResizeRootPanelToWindow() {
-    if (g_rootPanel) {
-        g_rootPanel->height = PixelsToUiUnits(g_windowHeight);
-        g_rootPanel->width = PixelsToUiUnits(g_windowWidth);
-        g_rootPanel->OnResized();
+void NotifyViewportResized() {
+    if (g_viewportResizeListener) {
+        g_viewportResizeListener();
     }
 }
 

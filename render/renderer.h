@@ -77,6 +77,14 @@ enum RendererKind : int32_t {
     kRendererVulkan = 5,
 };
 
+// The one application window, its drawable size in pixels (refreshed by every viewport update), the
+// active renderer (owned) and whether its initialisation succeeded.
+extern SDL_Window* g_window;
+extern int32_t g_windowWidth;
+extern int32_t g_windowHeight;
+extern IRenderer* g_renderer;
+extern bool g_rendererReady;
+
 extern std::vector<RendererFactory> availableRenderers;
 extern int32_t selectedRendererIndex;
 extern int32_t rendererKind;
@@ -106,8 +114,11 @@ float ComputeViewportScale(int width, int height, float requested, bool noClamp,
 // The device-independent half of UpdateViewportScale: reads the window size into g_windowWidth and
 // g_windowHeight, computes the scale from the cvars into g_viewportScale and returns it.
 float RefreshViewportScale();
-// Lays the root panel (if any) out at the window size in UI units and tells it it was resized.
-void ResizeRootPanelToWindow();
+// Called by the renderers after every viewport update; null while nobody listens. The interface sets
+// it to lay its root panel out at the new size, so the renderer never needs to know about panels.
+extern void (*g_viewportResizeListener)();
+// Runs the listener, if any.
+void NotifyViewportResized();
 
 // Float to int toward zero, saturating at the int range; NaN gives 0.
 int32_t TruncToInt(float f);

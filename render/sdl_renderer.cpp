@@ -4,7 +4,7 @@
 
 #include "console/cvars.h"
 #include "engine/console_output.h"
-#include "engine/engine.h"
+#include "render/renderer.h"
 #include "resources/font_system.h"
 #include "resources/texture_mgr.h"
 
@@ -99,7 +99,7 @@ void SDLRenderer::UpdateViewportScale() {
     const float scale = RefreshViewportScale();
     SDL_RenderSetScale(renderer, scale, scale);
     SDL_RenderSetViewport(renderer, nullptr);
-    ResizeRootPanelToWindow();
+    NotifyViewportResized();
 }
 
 void SDLRenderer::Begin2D() {}

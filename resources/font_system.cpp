@@ -7,7 +7,6 @@
 #include <deque>
 
 #include "engine/console_output.h"
-#include "engine/engine.h"
 #include "engine/registry.h"
 #include "render/renderer.h"
 

@@ -3,7 +3,6 @@
 #include <SDL.h>
 
 #include "engine/console_output.h"
-#include "engine/engine.h"
 #include "engine/registry.h"
 #include "render/gl_renderer.h"
 #include "render/renderer.h"

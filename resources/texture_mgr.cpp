@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "engine/console_output.h"
-#include "engine/engine.h"
 #include "engine/registry.h"
 #include "render/renderer.h"
 #include "resources/file_system.h"

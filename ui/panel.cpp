@@ -7,7 +7,6 @@
 
 #include "console/cvars.h"
 #include "engine/console_output.h"
-#include "engine/engine.h"
 #include "input/input_system.h"
 #include "render/renderer.h"
 

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <utility>
 
-#include "engine/engine.h"
 #include "input/input_system.h"
 #include "render/renderer.h"
 #include "resources/font_system.h"

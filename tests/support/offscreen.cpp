@@ -10,6 +10,7 @@
 #include "engine/console_output.h"
 #include "engine/engine.h"
 #include "render/renderer.h"
+#include "render/renderer.h"
 #include "resources/model_mgr.h"
 #include "resources/texture_mgr.h"
 

@@ -6,6 +6,7 @@
 
 #include "engine/engine.h"
 #include "render/renderer.h"
+#include "render/renderer.h"
 
 class RecordingRenderer : public IRenderer {
 public:

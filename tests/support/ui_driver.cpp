@@ -3,6 +3,7 @@
 #include <SDL.h>
 #include <SDL_ttf.h>
 
+#include "app/interface.h"
 #include "console/command_system.h"
 #include "console/cvars.h"
 #include "engine/engine.h"
@@ -42,6 +43,7 @@ void InterfaceTest::SetUp() {
     g_windowWidth = windowWidth_;
     g_windowHeight = windowHeight_;
     CreateRootPanel();
+    BuildInterface(g_rootPanel);
     top_ = g_rootPanel;
     Settle(4);
     g_consoleText.clear();

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "console/command_system.h"
-#include "console/panel_commands.h"
+#include "app/test_panels.h"
 #include "engine/engine.h"
 #include "render/renderer.h"
 #include "resources/font_system.h"
