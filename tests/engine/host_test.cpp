@@ -65,9 +65,8 @@ TEST(Host, MissingOrForeignLibraryExitsTwoWithOneLine) {
     fs::create_directories(lonely);
     fs::copy_file(VORMI_HOST_PATH, lonely / "vormi");
     const std::string command = "cd '" + dir.path() + "' && '" + (lonely / "vormi").string() + "' 2>&1";
-    Desktop shell("");
     int status = 0;
-    std::string out = shell.Shell(command, &status);
+    std::string out = Shell(command, &status);
     EXPECT_EQ(status, 2);
     EXPECT_NE(out.find("vormi: cannot load " + (lonely / "libVormiEngine.so").string()), std::string::npos) << out;
     EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 1) << out;
@@ -83,7 +82,7 @@ TEST(Host, MissingOrForeignLibraryExitsTwoWithOneLine) {
         GTEST_SKIP() << "no system library to stand in for a foreign one";
     }
     fs::copy_file(other, lonely / "libVormiEngine.so");
-    out = shell.Shell(command, &status);
+    out = Shell(command, &status);
     EXPECT_EQ(status, 2);
     EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 1) << out;
     EXPECT_NE(out.find("does not export EngineMain"), std::string::npos) << out;
