@@ -60,4 +60,5 @@ static void Cmd_ShowMainMenu(const CommandLine&) {
     }
 }
 
-static CommandReg s_showMainMenu("show_mainmenu", Cmd_ShowMainMenu, "show_mainmenu - shows the main application menu", 20);
+static CommandReg s_showMainMenu("show_mainmenu", Cmd_ShowMainMenu,
+                                 "show_mainmenu - shows the main application menu", 20);
