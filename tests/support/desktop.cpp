@@ -188,7 +188,7 @@ std::string DesktopTest::Close() {
 
 Image DesktopTest::Capture() const {
     Image image;
-    const std::string data = X("import -silent -window " + window_ + " -depth 8 ppm:- 2>/dev/null");
+    const std::string data = X("timeout 10 import -silent -window " + window_ + " -depth 8 ppm:- 2>/dev/null");
     // Binary PPM: "P6\n<w> <h>\n<max>\n" then RGB bytes.
     std::istringstream header(data);
     std::string magic;
