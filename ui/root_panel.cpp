@@ -283,3 +283,13 @@ void DestroyRootPanel() {
     root->Destroy();
     g_rootPanel = nullptr;
 }
+
+// The renderer reports the window's size in UI units after every viewport update.
+static void LayOutRootPanel(int32_t uiHeight, int32_t uiWidth) {
+    if (g_rootPanel) {
+        g_rootPanel->height = uiHeight;
+        g_rootPanel->width = uiWidth;
+        g_rootPanel->OnResized();
+    }
+}
+static const bool s_viewportListenerInstalled = (g_viewportListener = LayOutRootPanel, true);
