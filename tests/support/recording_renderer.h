@@ -19,7 +19,8 @@ public:
     int IndexOf(const std::string& text) const;
 
     int GetRendererId() override { return 0; }
-    const char* GetName() override { return "RecordingRenderer"; }
+    const char* name = "RecordingRenderer";
+    const char* GetName() override { return name; }
     bool Init() override { return true; }
     void PostInit() override {}
     void Shutdown() override {}

@@ -13,20 +13,6 @@
 #include "resources/model_mgr.h"
 #include "resources/texture_mgr.h"
 
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"
-static_assert(sizeof(Color) == 4 && offsetof(Color, a) == 3, "Color layout");
-static_assert(sizeof(Rect) == sizeof(SDL_Rect) && offsetof(Rect, h) == offsetof(SDL_Rect, h), "Rect is SDL_Rect");
-static_assert(sizeof(Point) == sizeof(SDL_Point) && offsetof(Point, y) == offsetof(SDL_Point, y), "Point");
-static_assert(sizeof(Vertex) == sizeof(SDL_Vertex) && offsetof(Vertex, u) == offsetof(SDL_Vertex, tex_coord), "Vertex");
-static_assert(sizeof(EngineHooks) == 3 * sizeof(void*) && sizeof(TextSize) == 8, "hooks and text size");
-static_assert(sizeof(ModelVertex) == 32 && sizeof(ModelSection) == 12, "model file records");
-static_assert(offsetof(CVar, master) == 0 && offsetof(CVar, name) == sizeof(void*), "CVar::master, name");
-static_assert(offsetof(CVar, floatValue) == offsetof(CVar, name) + 2 * sizeof(std::string), "CVar::floatValue");
-static_assert(offsetof(CVar, save) == offsetof(CVar, floatValue) + 8, "CVar::intValue, save");
-static_assert(offsetof(CVar, next) == offsetof(CVar, save) + 2 * sizeof(void*), "CVar::onChange, next");
-static_assert(offsetof(EngineCommon, rootPanel) == sizeof(void*), "EngineCommon: vtable, root panel");
-static_assert(offsetof(EngineCommon, extraHook) == 4 * sizeof(void*), "then the start, frame and extra hooks");
-
 TEST(Registry, FindsEveryStaticSubsystemByItsExactVersionNameAndNothingElse) {
     IEngineCommon* common = GetEngineCommonInterface();
     ASSERT_NE(common, nullptr);
