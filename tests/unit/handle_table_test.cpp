@@ -7,7 +7,7 @@
 
 namespace {
 
-// A plain record: "loaded" stands for whatever a real record holds; frees are counted.
+// A plain record; "loaded" stands for whatever a real record holds. Frees are counted.
 struct Plain {
     std::string name;
     uint64_t releaseTime = 0;
@@ -16,6 +16,7 @@ struct Plain {
     bool loaded = true;
 };
 int s_frees = 0;
+uint64_t s_now = 1000;
 struct PlainEntries {
     static constexpr bool kLookupMatchesFree = false;
     static bool IsFree(const Plain& p) { return !p.loaded; }
@@ -24,71 +25,62 @@ struct PlainEntries {
         p = Plain{std::string(), 0, 0, p.persistent, false};
     }
 };
-uint64_t s_now = 0;
 
 class HandleTableTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        s_now = 1000;
-        s_frees = 0;
         g_resourceTicks = [] { return s_now; };
         table.entries.push_back(Plain{"fallback", 0, 0, true, true});
     }
     void TearDown() override { g_resourceTicks = SDL_GetTicks64; }
     int Load(const std::string& name) {
-        const std::string key = NormalizeAssetName(name);
-        if (const int cached = table.Find(key)) {
-            return cached;
-        }
-        ++loads;
-        return name == "absent" ? 0 : table.Place(Plain{key});
+        const int cached = table.Find(NormalizeAssetName(name));
+        loads += cached ? 0 : 1;
+        return cached ? cached : name == "absent" ? 0 : table.Place(Plain{NormalizeAssetName(name)});
     }
     void Set(const std::string& name, int& handle) {
         table.Set(name, handle, [this](const std::string& n) { return Load(n); });
     }
-    void CollectFrames(int frames) {
+    void Collect(int frames) {
         for (int i = 0; i < frames; ++i) {
             table.Collect();
         }
     }
+    Plain& At(int handle) { return table.entries[handle]; }
     HandleTable<Plain, PlainEntries> table;
     int loads = 0;
 };
 
 TEST(AssetNames, NormalisationFoldsSeparatorsAndOneLeadingDot) {
-    const char* const cases[][2] = {{"sub\\\\dir//a.bmp", "sub/dir/a.bmp"}, {".\\x.bmp", "x.bmp"},
-                                    {".//x.bmp", "x.bmp"}, {"../x.bmp", "../x.bmp"},
-                                    {"././x.bmp", "./x.bmp"}, {"//", "/"}};
+    const char* const cases[][2] = {{"sub\\\\dir//a.bmp", "sub/dir/a.bmp"}, {".\\x.bmp", "x.bmp"}, {".//x.bmp", "x.bmp"},
+                                    {"../x.bmp", "../x.bmp"}, {"././x.bmp", "./x.bmp"}, {"//", "/"}};
     for (const auto& c : cases) {
         EXPECT_EQ(NormalizeAssetName(c[0]), c[1]) << c[0];
     }
 }
 
 TEST_F(HandleTableTest, HoldersCountReferencesAndTheLastReleaseSchedulesThirtySecondsOut) {
-    int first = 0, second = 0;
+    int first = 0, second = 0, again = 0;
     Set("a", first);
     Set("./a", first);
-    EXPECT_EQ(table.entries[first].refCount, 1) << "the holder already had it";
+    EXPECT_EQ(At(first).refCount, 1) << "the holder already had it";
     Set("a", second);
     EXPECT_EQ(second, first);
-    EXPECT_EQ(table.entries[first].refCount, 2);
+    EXPECT_EQ(At(first).refCount, 2);
     EXPECT_EQ(loads, 1);
     table.Release(first);
-    EXPECT_EQ(table.entries[first].releaseTime, 0u);
+    EXPECT_EQ(At(first).releaseTime, 0u);
     table.Release(second);
-    EXPECT_EQ(table.entries[first].releaseTime, 31000u);
+    EXPECT_EQ(At(first).releaseTime, 31000u);
     s_now = 5000;
     table.Release(first);
-    EXPECT_EQ(table.entries[first].refCount, 0) << "clamped at zero";
-    EXPECT_EQ(table.entries[first].releaseTime, 35000u) << "and rescheduled";
-
+    EXPECT_EQ(At(first).refCount, 0) << "clamped at zero";
+    EXPECT_EQ(At(first).releaseTime, 35000u) << "and rescheduled";
     s_now = 20000;
-    int again = 0;
     Set("a", again);
-    EXPECT_EQ(again, first);
-    EXPECT_EQ(table.entries[first].releaseTime, 0u) << "acquiring again cancels the release";
+    EXPECT_EQ(At(first).releaseTime, 0u) << "acquiring again cancels the release";
     Set("b", again);
-    EXPECT_EQ(table.entries[first].releaseTime, 50000u) << "moving a holder releases what it had";
+    EXPECT_EQ(At(first).releaseTime, 50000u) << "moving a holder releases what it had";
 }
 
 TEST_F(HandleTableTest, CollectorFreesOneExpiredEntryPerFrameAndKeepsTheRest) {
@@ -96,49 +88,44 @@ TEST_F(HandleTableTest, CollectorFreesOneExpiredEntryPerFrameAndKeepsTheRest) {
     Set("x", x);
     Set("y", y);
     Set("held", held);
-    const int kept = Load("kept");
-    table.entries[kept].persistent = true;
-    const int plain = Load("plain");
-    table.Release(kept);
-    table.Release(x);
-    table.Release(y);
-
+    const int kept = Load("kept"), plain = Load("plain");
+    At(kept).persistent = true;
+    for (int handle : {kept, x, y}) {
+        table.Release(handle);
+    }
     s_now = 30999;
-    CollectFrames(10);
+    Collect(10);
     EXPECT_EQ(s_frees, 0) << "collected before the deadline";
     s_now = 31000;
-    CollectFrames(1);
+    Collect(1);
     EXPECT_EQ(s_frees, 1) << "one entry per frame";
-    CollectFrames(10);
+    Collect(10);
     EXPECT_EQ(s_frees, 2);
-    EXPECT_FALSE(table.entries[x].loaded);
-    EXPECT_FALSE(table.entries[y].loaded);
-    EXPECT_TRUE(table.entries[held].loaded);
-    EXPECT_TRUE(table.entries[kept].loaded);
-    EXPECT_TRUE(table.entries[plain].loaded) << "loaded but never held: never scheduled";
+    EXPECT_FALSE(At(y).loaded);
+    for (int handle : {held, kept, plain}) {
+        EXPECT_TRUE(At(handle).loaded) << "held, persistent, or loaded and never held: " << At(handle).name;
+    }
     EXPECT_EQ(Load("z"), x) << "the next load takes the first freed index";
 }
 
 TEST_F(HandleTableTest, BadHandlesAndTheFallbackAreNeverCountedOrFreed) {
+    int holder = 0;
+    Set("absent", holder);
+    EXPECT_EQ(holder, 0);
     for (int handle : {0, -1, 7}) {
         table.Release(handle);
         table.Unload(handle);
     }
-    EXPECT_EQ(table.entries[0].refCount, 0);
-    EXPECT_EQ(table.entries[0].releaseTime, 0u);
+    EXPECT_EQ(At(0).refCount, 0);
+    EXPECT_EQ(At(0).releaseTime, 0u);
     EXPECT_EQ(s_frees, 0);
-    int holder = 0;
-    Set("absent", holder);
-    EXPECT_EQ(holder, 0);
-    EXPECT_EQ(table.entries[0].refCount, 0) << "a failed load is not counted on the fallback";
     EXPECT_EQ(table.Get(-1), nullptr);
     EXPECT_EQ(table.Get(1), nullptr);
-    EXPECT_EQ(table.GetOrFallback(-1), &table.entries[0]);
-    EXPECT_EQ(table.GetOrFallback(9), &table.entries[0]);
-    CollectFrames(3);
+    EXPECT_EQ(table.GetOrFallback(-1), &At(0));
+    EXPECT_EQ(table.GetOrFallback(9), &At(0));
     table.Clear();
     EXPECT_EQ(table.GetOrFallback(0), nullptr) << "nothing left after clearing";
-    CollectFrames(1);
+    Collect(1);
 }
 
 }  // namespace
