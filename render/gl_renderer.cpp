@@ -44,9 +44,9 @@ static const char* GLText(GLenum name) {
     return text ? reinterpret_cast<const char*>(text) : "";
 }
 
-// Model files are not validated when loaded, and an uploaded model's indices live only on the GPU,
-// where only a robust context keeps a vertex number past the vertex buffer from reading outside it.
-// Drivers without robustness still get an ordinary context.
+// Uploaded indices are checked against the vertex count; a robust context also keeps any other
+// out-of-range fetch on the GPU from reading outside a buffer. Drivers without robustness still get
+// an ordinary context.
 static SDL_GLContext CreateContext() {
     int flags = 0;
     SDL_GL_GetAttribute(SDL_GL_CONTEXT_FLAGS, &flags);
