@@ -14,25 +14,13 @@ IRenderer* g_renderer = nullptr;
 bool g_rendererReady = false;
 void (*g_viewportResizeListener)() = nullptr;
 
-std::vector<RendererFactory> availableRenderers;
+const RendererFactory availableRenderers[kAvailableRendererCount] = {
+    {"SDLRenderer", NewSDLRenderer},
+    {"GLRenderer", NewGLRenderer},
+};
 int32_t selectedRendererIndex = -1;
 int32_t rendererKind = kRendererUnknown;
 float g_viewportScale = 1.0f;
-
-static RendererFactoryNode* s_rendererFactoryHead = nullptr;
-
-// Nodes are kept in kind order, SDL before OpenGL, whatever order the linker runs the files' static
-// initialisers in: the list index is the ID the user sees and the order "switch_renderer" cycles in.
-RendererFactoryNode::RendererFactoryNode(const char* name, IRenderer* (*create)())
-    : factory{name, create}, next(nullptr) {
-    const int32_t kind = RendererKindFromName(name);
-    RendererFactoryNode** link = &s_rendererFactoryHead;
-    while (*link && RendererKindFromName((*link)->factory.name) <= kind) {
-        link = &(*link)->next;
-    }
-    next = *link;
-    *link = this;
-}
 
 int32_t RendererKindFromName(const char* name) {
     static const struct {
@@ -52,7 +40,7 @@ int32_t RendererKindFromName(const char* name) {
 }
 
 static int32_t FindAvailableRenderer(const std::string& name) {
-    for (size_t i = 0; i < availableRenderers.size(); ++i) {
+    for (int32_t i = 0; i < kAvailableRendererCount; ++i) {
         if (name == availableRenderers[i].name) {
             return static_cast<int32_t>(i);
         }
@@ -61,10 +49,6 @@ static int32_t FindAvailableRenderer(const std::string& name) {
 }
 
 void SelectRenderer() {
-    availableRenderers.clear();
-    for (RendererFactoryNode* node = s_rendererFactoryHead; node; node = node->next) {
-        availableRenderers.push_back(node->factory);
-    }
     ConMsg("Available renderers:\n");
     for (const RendererFactory& factory : availableRenderers) {
         ConMsg("-%s\n", factory.name);
@@ -90,9 +74,7 @@ bool CreateSelectedRenderer() {
         delete g_renderer;
         g_renderer = nullptr;
     }
-    if (selectedRendererIndex >= 0 &&
-        selectedRendererIndex < static_cast<int32_t>(availableRenderers.size()) &&
-        availableRenderers[selectedRendererIndex].create) {
+    if (selectedRendererIndex >= 0 && selectedRendererIndex < kAvailableRendererCount) {
         g_renderer = availableRenderers[selectedRendererIndex].create();
     }
     if (!g_renderer) {
@@ -105,11 +87,8 @@ bool CreateSelectedRenderer() {
 }
 
 std::string SwitchRenderer() {
-    if (availableRenderers.empty()) {
-        return std::string();
-    }
     ++selectedRendererIndex;
-    if (selectedRendererIndex < 0 || selectedRendererIndex >= static_cast<int32_t>(availableRenderers.size())) {
+    if (selectedRendererIndex < 0 || selectedRendererIndex >= kAvailableRendererCount) {
         selectedRendererIndex = 0;
     }
     const char* name = availableRenderers[selectedRendererIndex].name;

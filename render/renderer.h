@@ -58,15 +58,6 @@ struct RendererFactory {
     const char* name;
     IRenderer* (*create)();
 };
-
-// A static node of the renderer list; each renderer's file declares one. The list is ordered by
-// renderer kind (SDLRenderer, then GLRenderer), not by the order the nodes are constructed in.
-struct RendererFactoryNode {
-    RendererFactoryNode(const char* name, IRenderer* (*create)());
-    RendererFactory factory;
-    RendererFactoryNode* next;
-};
-
 // Renderer kinds, decided from the selected name; they pick the window flags.
 enum RendererKind : int32_t {
     kRendererUnknown = 0,
@@ -85,7 +76,10 @@ extern int32_t g_windowHeight;
 extern IRenderer* g_renderer;
 extern bool g_rendererReady;
 
-extern std::vector<RendererFactory> availableRenderers;
+// The backends in kind order, SDL first: the index is the ID printed at selection and the order
+// "switch_renderer" cycles in.
+inline constexpr int32_t kAvailableRendererCount = 2;
+extern const RendererFactory availableRenderers[kAvailableRendererCount];
 extern int32_t selectedRendererIndex;
 extern int32_t rendererKind;
 
@@ -130,5 +124,7 @@ struct ArrowHead {
 };
 ArrowHead ComputeArrowHead(Point p1, Point p2, int headLength, int headWidth);
 
-// Allocates an SDLRenderer directly, outside the factory list (the creation fallback).
+// Allocate a renderer of each backend (NewSDLRenderer is also the creation fallback).
 IRenderer* NewSDLRenderer();
+IRenderer* NewGLRenderer();
+

@@ -10,18 +10,6 @@
 #include "render/renderer.h"
 #include "support/recording_renderer.h"
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"
-static_assert(offsetof(InputSystem, wantTextInput) == sizeof(void*), "flags follow the vtable pointer");
-static_assert(offsetof(InputSystem, keysHeld) == sizeof(void*) + 2, "key arrays packed after the two flags");
-static_assert(offsetof(InputSystem, keysPressedNoRepeat) == offsetof(InputSystem, keysHeld) + 1024, "512 each");
-static_assert(offsetof(InputSystem, mouseButtons) == (offsetof(InputSystem, keysHeld) + 1536 + 3) / 4 * 4, "mask");
-static_assert(offsetof(InputSystem, mouseWheel) == offsetof(InputSystem, mouseButtons) + 20, "mouse fields in order");
-static_assert(offsetof(InputSystem, textInput) % alignof(std::string) == 0 &&
-                  offsetof(InputSystem, textInput) < offsetof(InputSystem, mouseWheel) + 4 + alignof(std::string),
-              "typed text last");
-#pragma GCC diagnostic pop
-
 namespace {
 
 class InputSystemTest : public ::testing::Test {

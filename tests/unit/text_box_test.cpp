@@ -15,14 +15,6 @@
 #include "ui/text_box.h"
 #include "ui/widget_factory.h"
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"
-static_assert(offsetof(TextBox, text) == sizeof(Panel) && offsetof(RichTextBox, active) == sizeof(Panel),
-              "text box fields follow the panel");
-static_assert(offsetof(RichTextLine, extra) == sizeof(std::string) && offsetof(TextPosition, line) == 4,
-              "line record and position layouts");
-#pragma GCC diagnostic pop
-
 namespace {
 
 class TextBoxes : public ::testing::Test {
