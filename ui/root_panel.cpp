@@ -14,13 +14,6 @@
 #include "input/input_system.h"
 #include "render/renderer.h"
 
-static const int kScancodeV = 25;
-static const int kScancodeGrave = 53;
-static const int kScancodeEscape = 41;
-static const int kScancodeAndroidBack = 270;
-static const int kScancodeLeftCtrl = 224;
-static const int kScancodeLeftAlt = 226;
-
 static const Color kMenusBackdrop = {80, 80, 80, 200};
 static const Color kRootBackground = {128, 128, 128, 255};
 
@@ -194,16 +187,16 @@ void RootPanel::Update() {
     Panel::Update();
 
     InputSystem* input = g_inputSystem;
-    const bool gravePressed = input->keysPressedNoRepeat[kScancodeGrave] != 0;
+    const bool gravePressed = input->keysPressedNoRepeat[SDL_SCANCODE_GRAVE] != 0;
     if (gravePressed && g_consolePanel) {
         TogglePanel(g_consolePanel);
         g_consolePanel->ApplyVisibility();
     }
-    if (input->keysPressedNoRepeat[kScancodeEscape] || input->keysPressedNoRepeat[kScancodeAndroidBack]) {
+    if (input->keysPressedNoRepeat[SDL_SCANCODE_ESCAPE] || input->keysPressedNoRepeat[SDL_SCANCODE_AC_BACK]) {
         ToggleLayer(kLayerMenus);
     }
     // Alt+grave always leaves the console open, whatever the plain toggle just did.
-    if (gravePressed && input->keysHeld[kScancodeLeftAlt]) {
+    if (gravePressed && input->keysHeld[SDL_SCANCODE_LALT]) {
         if (!g_consolePanel) {
             CreateConsolePanel();
         }
@@ -212,7 +205,7 @@ void RootPanel::Update() {
             g_consolePanel->ApplyVisibility();
         }
     }
-    if (input->keysPressedNoRepeat[kScancodeV] && input->keysHeld[kScancodeLeftCtrl] && input->wantTextInput) {
+    if (input->keysPressedNoRepeat[SDL_SCANCODE_V] && input->keysHeld[SDL_SCANCODE_LCTRL] && input->wantTextInput) {
         PasteClipboard(input->textInput);
     }
 
