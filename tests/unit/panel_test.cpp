@@ -1,6 +1,7 @@
 #include <SDL.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -15,18 +16,15 @@ namespace {
 
 int g_deaths = 0;
 
-// Counts its clicks, releases outside and deletions; may edit the tree from a click or an update.
+// Counts its clicks, releases outside and deletions; a test may edit the tree from its click or update.
 class Probe : public Panel {
 public:
-    enum Role { kPlain, kSelfDestroyOnClick, kKillParentOnClick, kCloseParentOnClick, kQuitter };
-    explicit Probe(const std::string& panelName, Role role = kPlain) : Panel(panelName), role_(role) {}
+    explicit Probe(const std::string& panelName) : Panel(panelName) {}
     ~Probe() override { ++g_deaths; }
     void OnClick() override {
         ++clicks;
-        if (role_ == kSelfDestroyOnClick) {
-            Destroy();
-        } else if (role_ != kPlain) {
-            role_ == kKillParentOnClick ? parent->Destroy() : parent->HandleCommand("close_panel");
+        if (onClick) {
+            onClick(this);
         }
     }
     void OnMouseReleasedOutside() override {
@@ -35,23 +33,12 @@ public:
     }
     void Update() override {
         Panel::Update();
-        if (victim) {
-            victim->Destroy();
-            victim = nullptr;
-        }
-        for (; spawn > 0; --spawn) {
-            parent->AddChild(new Probe("spawned"));
-            BringToFront();
-        }
-        if (role_ == kQuitter) {
-            Destroy();
+        if (onUpdate) {
+            onUpdate(this);
         }
     }
-    int clicks = 0, releasedOutside = 0, spawn = 0;
-    Panel* victim = nullptr;
-
-private:
-    Role role_;
+    int clicks = 0, releasedOutside = 0;
+    std::function<void(Probe*)> onClick, onUpdate;
 };
 
 class PanelTest : public UiTest {
@@ -68,9 +55,8 @@ protected:
             top_->Destroy();
         }
     }
-    Probe* P(const std::string& name, int x, int y, int w, int h, Panel* parent = nullptr,
-             Probe::Role role = Probe::kPlain) {
-        return Add(new Probe(name, role), x, y, w, h, parent);
+    Probe* P(const std::string& name, int x, int y, int w, int h, Panel* parent = nullptr) {
+        return Add(new Probe(name), x, y, w, h, parent);
     }
 };
 
@@ -177,17 +163,28 @@ TEST_F(PanelTest, TreeEditsFromUpdateClicksAndCommandsKeepTheWalkValid) {
     // The walk runs from the back of the list: "late" is reached after "editor" has destroyed it.
     Probe* late = P("late", 300, 0, 10, 10);
     Probe* editor = P("editor", 300, 100, 10, 10);
-    P("quitter", 300, 200, 10, 10, nullptr, Probe::kQuitter);
+    P("quitter", 300, 200, 10, 10)->onUpdate = [](Probe* p) { p->Destroy(); };
     Settle();
-    editor->victim = late;
-    editor->spawn = 2;
+    int spawn = 2;
+    editor->onUpdate = [&](Probe* p) {
+        if (late) {
+            late->Destroy();
+            late = nullptr;
+        }
+        for (; spawn > 0; --spawn) {
+            p->parent->AddChild(new Probe("spawned"));
+            p->BringToFront();
+        }
+    };
     Settle(3);
     EXPECT_EQ(2, g_deaths) << "late and quitter";
     EXPECT_EQ(editor, top_->children.back()) << "raised in front of what it spawned";
     EXPECT_EQ(3u, top_->children.size()) << "two spawned and the editor";
-    P("selfish", 0, 0, 10, 10, nullptr, Probe::kSelfDestroyOnClick);
-    P("killer", 0, 0, 10, 10, P("form", 100, 100, 50, 50), Probe::kKillParentOnClick);
-    P("closer", 0, 0, 10, 10, P("form2", 200, 100, 50, 50), Probe::kCloseParentOnClick);
+    P("selfish", 0, 0, 10, 10)->onClick = [](Probe* p) { p->Destroy(); };
+    P("killer", 0, 0, 10, 10, P("form", 100, 100, 50, 50))->onClick = [](Probe* p) { p->parent->Destroy(); };
+    P("closer", 0, 0, 10, 10, P("form2", 200, 100, 50, 50))->onClick = [](Probe* p) {
+        p->parent->HandleCommand("close_panel");
+    };
     Settle(2);
     Click(5, 5);
     Click(105, 105);
