@@ -72,21 +72,21 @@ void ConsolePanel::Update() {
     if (!in->wantTextInput || !visible) {
         return;
     }
-    if (in->keysPressed[kTextKeyReturn]) {
+    if (in->keysPressed[SDL_SCANCODE_RETURN]) {
         HandleCommand("cmd_submit");
     }
     if (history.empty() || focusedChild != input) {
         return;
     }
     const int32_t last = static_cast<int32_t>(history.size()) - 1;
-    if (in->keysPressed[kTextKeyUp]) {
+    if (in->keysPressed[SDL_SCANCODE_UP]) {
         // Leaving the draft slot keeps what was being typed there.
         if (historyIndex == last) {
             history.back() = input->text;
         }
         historyIndex = historyIndex > 0 ? historyIndex - 1 : 0;
         RecallHistory();
-    } else if (in->keysPressed[kTextKeyDown] && historyIndex != last) {
+    } else if (in->keysPressed[SDL_SCANCODE_DOWN] && historyIndex != last) {
         historyIndex = historyIndex < last ? historyIndex + 1 : last;
         RecallHistory();
     }

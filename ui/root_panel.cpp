@@ -9,13 +9,6 @@
 #include "input/input_system.h"
 #include "render/renderer.h"
 
-static const int kScancodeV = 25;
-static const int kScancodeGrave = 53;
-static const int kScancodeEscape = 41;
-static const int kScancodeAndroidBack = 270;
-static const int kScancodeLeftCtrl = 224;
-static const int kScancodeLeftAlt = 226;
-
 RootPanel* g_rootPanel = nullptr;
 const ConsoleHooks* g_consoleHooks = nullptr;
 
@@ -201,16 +194,16 @@ void RootPanel::Update() {
     Panel::Update();
 
     InputSystem* input = g_inputSystem;
-    const bool gravePressed = input->keysPressedNoRepeat[kScancodeGrave] != 0;
+    const bool gravePressed = input->keysPressedNoRepeat[SDL_SCANCODE_GRAVE] != 0;
     if (Panel* console = gravePressed ? CurrentConsole() : nullptr) {
         TogglePanel(console);
         g_consoleHooks->applyVisibility();
     }
-    if (input->keysPressedNoRepeat[kScancodeEscape] || input->keysPressedNoRepeat[kScancodeAndroidBack]) {
+    if (input->keysPressedNoRepeat[SDL_SCANCODE_ESCAPE] || input->keysPressedNoRepeat[SDL_SCANCODE_AC_BACK]) {
         ToggleLayer(kLayerMenus);
     }
     // Alt+grave always leaves the console open, whatever the plain toggle just did.
-    if (gravePressed && input->keysHeld[kScancodeLeftAlt] && g_consoleHooks) {
+    if (gravePressed && input->keysHeld[SDL_SCANCODE_LALT] && g_consoleHooks) {
         if (!CurrentConsole()) {
             g_consoleHooks->create();
         }
@@ -219,7 +212,7 @@ void RootPanel::Update() {
             g_consoleHooks->applyVisibility();
         }
     }
-    if (input->keysPressedNoRepeat[kScancodeV] && input->keysHeld[kScancodeLeftCtrl] && input->wantTextInput) {
+    if (input->keysPressedNoRepeat[SDL_SCANCODE_V] && input->keysHeld[SDL_SCANCODE_LCTRL] && input->wantTextInput) {
         PasteClipboard(input->textInput);
     }
 
