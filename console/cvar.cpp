@@ -9,7 +9,7 @@
 #include <locale>
 #include <sstream>
 
-#include "console/command_system.h"
+#include "console/tokenizer.h"
 #include "engine/console_output.h"
 #include "engine/file_check.h"
 #include "engine/registry.h"

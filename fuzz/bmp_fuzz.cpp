@@ -1,6 +1,5 @@
 // BMP textures through the texture manager and the SDL renderer. A texture that loads must be one its
 // file could describe: no side past the engine's limit, no more pixels than its bytes can code.
-#include "engine/engine.h"
 #include "fuzz_support.h"
 #include "render/renderer.h"
 #include "resources/texture_mgr.h"

@@ -12,6 +12,7 @@
 #include "console/cvar.h"
 #include "engine/console_output.h"
 #include "engine/engine.h"
+#include "render/renderer.h"
 #include "input/input_system.h"
 #include "resources/model_mgr.h"
 #include "resources/texture_mgr.h"

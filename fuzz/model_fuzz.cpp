@@ -1,6 +1,5 @@
 // Model files through the model manager, with the renderer named by VORMI_FUZZ_RENDERER at build
 // time (the OpenGL one uploads the geometry). A record never holds more than its file could.
-#include "engine/engine.h"
 #include "fuzz_support.h"
 #include "render/renderer.h"
 #include "resources/model_mgr.h"

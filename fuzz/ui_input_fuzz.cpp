@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "app/interface.h"
 #include "console/command_system.h"
 #include "engine/engine.h"
 #include "fuzz_support.h"
@@ -65,6 +66,7 @@ static void RunFrame(const Mouse& mouse) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     StartEngine("SDLRenderer");
     CreateRootPanel();
+    BuildInterface(g_rootPanel);
     Mouse mouse;
     int frames = 0;
     for (size_t i = 0; i + 2 < size && frames < kMaxFrames; i += 3) {
