@@ -89,18 +89,24 @@ random_action() {
 start_host
 begin=$(date +%s)
 end=$((begin + minutes * 60))
-next_sample=$begin
+# The sampler runs on its own, so that a slow burst of input cannot stretch the 10 s between samples;
+# it reads the current host's id from a file that start_host keeps up to date.
+echo "$pid" >"$logs/pid"
+(
+  while sleep 10; do
+    host=$(cat "$logs/pid")
+    rss=$(awk '/^VmRSS:/ {print $2}' "/proc/$host/status" 2>/dev/null || echo 0)
+    echo "$(($(date +%s) - begin)) $host ${rss:-0}" >>"$logs/rss.log"
+  done
+) &
+sampler=$!
 while [ "$(date +%s)" -lt "$end" ]; do
   check_host
+  echo "$pid" >"$logs/pid"
   random_action
-  now=$(date +%s)
-  if [ "$now" -ge "$next_sample" ]; then
-    rss=$(awk '/^VmRSS:/ {print $2}' "/proc/$pid/status" 2>/dev/null || echo 0)
-    echo "$((now - begin)) $pid ${rss:-0}" >>"$logs/rss.log"
-    next_sample=$((next_sample + 10))
-  fi
   sleep 0.05
 done
+kill "$sampler" 2>/dev/null || true
 kill -TERM "$pid" 2>/dev/null || true
 wait "$pid" 2>/dev/null || true
 
