@@ -13,15 +13,25 @@
 #include <sstream>
 #include <thread>
 
-using Clock = std::chrono::steady_clock;
-
-static Clock::time_point Deadline(double seconds) {
-    return Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
-}
-
 static void Reap(pid_t pid, int signal) {
     kill(pid, signal);
     waitpid(pid, nullptr, 0);
+}
+
+// Runs argv in a child whose stdout and stderr go to outFd, after prepare() has run in the child.
+static pid_t Spawn(std::vector<std::string> argv, int outFd, const std::function<void()>& prepare) {
+    std::vector<char*> args;
+    for (std::string& arg : argv) args.push_back(arg.data());
+    args.push_back(nullptr);
+    const pid_t pid = fork();
+    if (pid == 0) {
+        dup2(outFd, 1);
+        dup2(outFd, 2);
+        prepare();
+        execvp(args[0], args.data());
+        _exit(127);
+    }
+    return pid;
 }
 
 std::string ToString(RGB c) {
@@ -29,9 +39,7 @@ std::string ToString(RGB c) {
 }
 
 RGB Image::At(int x, int y) const {
-    if (x < 0 || y < 0 || x >= width || y >= height) {
-        return RGB{0, 0, 0};
-    }
+    if (x < 0 || y < 0 || x >= width || y >= height) return RGB{0, 0, 0};
     const size_t i = (static_cast<size_t>(y) * width + x) * 3;
     return RGB{pixels[i], pixels[i + 1], pixels[i + 2]};
 }
@@ -39,27 +47,29 @@ RGB Image::At(int x, int y) const {
 int Image::Dark(int x0, int y0, int w, int h, int maxSum) const {
     int dark = 0;
     for (int y = y0; y < y0 + h; ++y) {
-        for (int x = x0; x < x0 + w; ++x) {
-            dark += (At(x, y).r + At(x, y).g + At(x, y).b < maxSum) ? 1 : 0;
-        }
+        for (int x = x0; x < x0 + w; ++x) dark += At(x, y).r + At(x, y).g + At(x, y).b < maxSum;
     }
     return dark;
 }
 
 void SleepSeconds(double seconds) { std::this_thread::sleep_for(std::chrono::duration<double>(seconds)); }
 
+bool WaitUntil(double seconds, const std::function<bool()>& done) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        SleepSeconds(0.1);
+    }
+    return true;
+}
+
 std::string Shell(const std::string& command, int* exitCode, const std::string& display) {
     FILE* pipe = popen(((display.empty() ? "" : "export DISPLAY=" + display + "; ") + command).c_str(), "r");
     std::string out;
     char buffer[4096];
-    size_t n;
-    while (pipe && (n = fread(buffer, 1, sizeof(buffer), pipe)) > 0) {
-        out.append(buffer, n);
-    }
+    for (size_t n; pipe && (n = fread(buffer, 1, sizeof(buffer), pipe)) > 0;) out.append(buffer, n);
     const int status = pipe ? pclose(pipe) : -1;
-    if (exitCode) {
-        *exitCode = (status != -1 && WIFEXITED(status)) ? WEXITSTATUS(status) : -1;
-    }
+    if (exitCode) *exitCode = (status != -1 && WIFEXITED(status)) ? WEXITSTATUS(status) : -1;
     return out;
 }
 
@@ -68,63 +78,41 @@ VormiProcess::VormiProcess(const std::string& display, const std::string& workDi
     char logTemplate[] = "/tmp/vormi-host-log-XXXXXX";
     const int logFd = mkstemp(logTemplate);
     logPath_ = logTemplate;
-    pid_ = fork();
-    if (pid_ == 0) {
-        if (chdir(workDir.c_str()) != 0) {
-            _exit(126);
-        }
-        dup2(logFd, 1);
-        dup2(logFd, 2);
+    std::vector<std::string> argv = {VORMI_HOST_PATH};
+    argv.insert(argv.end(), args.begin(), args.end());
+    pid_ = Spawn(argv, logFd, [&] {
+        if (chdir(workDir.c_str()) != 0) _exit(126);
         display.empty() ? unsetenv("DISPLAY") : setenv("DISPLAY", display.c_str(), 1);
         unsetenv("SDL_VIDEODRIVER");
         setenv("SDL_AUDIODRIVER", "dummy", 1);
-        for (const std::string& assignment : extraEnv) {
-            putenv(strdup(assignment.c_str()));
-        }
-        std::vector<char*> argv = {const_cast<char*>(VORMI_HOST_PATH)};
-        for (const std::string& arg : args) {
-            argv.push_back(const_cast<char*>(arg.c_str()));
-        }
-        argv.push_back(nullptr);
-        execv(VORMI_HOST_PATH, argv.data());
-        _exit(127);
-    }
+        for (const std::string& assignment : extraEnv) putenv(strdup(assignment.c_str()));
+    });
     close(logFd);
 }
 
 VormiProcess::~VormiProcess() {
-    if (Running()) {
-        Reap(pid_, SIGKILL);
-    }
+    if (Running()) Reap(pid_, SIGKILL);
     unlink(logPath_.c_str());
 }
 
 bool VormiProcess::Running() {
     int status = 0;
-    if (pid_ <= 0 || status_ != -1 || waitpid(pid_, &status, WNOHANG) == 0) {
-        return pid_ > 0 && status_ == -1;
+    if (pid_ > 0 && status_ == -1 && waitpid(pid_, &status, WNOHANG) != 0) {
+        status_ = WIFEXITED(status) ? WEXITSTATUS(status) : -2;
     }
-    status_ = WIFEXITED(status) ? WEXITSTATUS(status) : -2;
-    return false;
+    return pid_ > 0 && status_ == -1;
 }
 
 int VormiProcess::Wait(double timeoutSeconds) {
-    const Clock::time_point deadline = Deadline(timeoutSeconds);
-    while (Running()) {
-        if (Clock::now() > deadline) {
-            Reap(pid_, SIGKILL);
-            status_ = -2;
-            return -1;
-        }
-        SleepSeconds(0.05);
-    }
-    return status_;
+    if (WaitUntil(timeoutSeconds, [&] { return !Running(); })) return status_;
+    Reap(pid_, SIGKILL);
+    status_ = -2;
+    return -1;
 }
 
 std::string VormiProcess::output() const {
-    std::ifstream in(logPath_, std::ios::binary);
     std::ostringstream text;
-    text << in.rdbuf();
+    text << std::ifstream(logPath_, std::ios::binary).rdbuf();
     return text.str();
 }
 
@@ -133,48 +121,32 @@ void DesktopTest::SetUp() {
         << "Xvfb, xdotool or ImageMagick's import is missing";
     int fds[2];
     ASSERT_EQ(pipe(fds), 0);
-    xvfb_ = fork();
-    if (xvfb_ == 0) {
-        close(fds[0]);
-        const int devnull = open("/dev/null", O_WRONLY);
-        dup2(devnull, 1);
-        dup2(devnull, 2);
-        execlp("Xvfb", "Xvfb", "-displayfd", std::to_string(fds[1]).c_str(), "-screen", "0", "1280x720x24",
-               "-nolisten", "tcp", "-noreset", static_cast<char*>(nullptr));
-        _exit(127);
-    }
+    const int devnull = open("/dev/null", O_WRONLY);
+    xvfb_ = Spawn({"Xvfb", "-displayfd", std::to_string(fds[1]), "-screen", "0", "1280x720x24", "-nolisten", "tcp",
+                   "-noreset"},
+                  devnull, [&] { close(fds[0]); });
+    close(devnull);
     close(fds[1]);
     // Xvfb writes the display number it picked once it accepts connections.
-    char c;
-    while (read(fds[0], &c, 1) == 1 && c != '\n') {
-        display_ += c;
-    }
+    for (char c; read(fds[0], &c, 1) == 1 && c != '\n';) display_ += c;
     close(fds[0]);
     ASSERT_FALSE(display_.empty()) << "Xvfb did not start";
     display_ = ":" + display_;
 }
 
 void DesktopTest::TearDown() {
-    if (vormi_ && vormi_->Running()) {
-        Close();
-    }
+    if (vormi_ && vormi_->Running()) Close();
     vormi_.reset();
-    if (xvfb_ > 0) {
-        Reap(xvfb_, SIGTERM);
-    }
+    if (xvfb_ > 0) Reap(xvfb_, SIGTERM);
 }
 
 void DesktopTest::Start(const std::vector<std::string>& args, const std::string& cvars) {
-    if (!cvars.empty()) {
-        dir_.WriteFile("test/scripts/cvars.txt", cvars);
-    }
+    if (!cvars.empty()) dir_.WriteFile("test/scripts/cvars.txt", cvars);
     vormi_.reset(new VormiProcess(display_, dir_.path(), args));
-    const Clock::time_point deadline = Deadline(20);
-    while (window_.empty() && Clock::now() < deadline) {
+    WaitUntil(20, [&] {
         const std::string id = X("xdotool search --onlyvisible --name '^Vormi Engine$' 2>/dev/null");
-        window_ = id.substr(0, id.find('\n'));
-        SleepSeconds(window_.empty() ? 0.1 : 0.0);
-    }
+        return !(window_ = id.substr(0, id.find('\n'))).empty();
+    });
     ASSERT_FALSE(window_.empty()) << vormi_->output();
 }
 
@@ -187,33 +159,25 @@ std::string DesktopTest::Close() {
 }
 
 Image DesktopTest::Capture() const {
-    Image image;
-    const std::string data = X("timeout 10 import -silent -window " + window_ + " -depth 8 ppm:- 2>/dev/null");
     // Binary PPM: "P6\n<w> <h>\n<max>\n" then RGB bytes.
+    const std::string data = X("timeout 10 import -silent -window " + window_ + " -depth 8 ppm:- 2>/dev/null");
     std::istringstream header(data);
     std::string magic;
     int w = 0, h = 0, max = 0;
     header >> magic >> w >> h >> max;
-    const size_t offset = static_cast<size_t>(header.tellg()) + 1;
-    const size_t size = static_cast<size_t>(w) * static_cast<size_t>(h) * 3;
+    const size_t offset = static_cast<size_t>(header.tellg()) + 1, size = static_cast<size_t>(w) * h * 3;
+    Image image;
     if (magic == "P6" && w > 0 && h > 0 && max == 255 && data.size() >= offset + size) {
         image.width = w;
         image.height = h;
-        image.pixels.assign(data.begin() + static_cast<long>(offset), data.begin() + static_cast<long>(offset + size));
+        image.pixels.assign(data.begin() + offset, data.begin() + offset + size);
     }
     return image;
 }
 
 ::testing::AssertionResult DesktopTest::Shows(int x, int y, RGB want, const char* what) const {
-    const Clock::time_point deadline = Deadline(10);
-    RGB got = Capture().At(x, y);
-    while (!(got == want) && Clock::now() < deadline) {
-        SleepSeconds(0.1);
-        got = Capture().At(x, y);
-    }
-    if (got == want) {
-        return ::testing::AssertionSuccess();
-    }
+    RGB got{};
+    if (WaitUntil(10, [&] { return (got = Capture().At(x, y)) == want; })) return ::testing::AssertionSuccess();
     return ::testing::AssertionFailure() << what << " at (" << x << ", " << y << "): expected " << ToString(want)
                                          << ", got " << ToString(got);
 }
@@ -243,9 +207,4 @@ void DesktopTest::PointAt(int x, int y) const {
     SleepSeconds(0.1);
     X("xdotool mousemove_relative -- " + std::to_string(x) + " " + std::to_string(y));
     SleepSeconds(0.15);
-}
-
-bool DesktopTest::Geometry(int* w, int* h) const {
-    const std::string out = X("xdotool getwindowgeometry --shell " + window_);
-    return std::sscanf(out.c_str(), "WINDOW=%*u X=%*d Y=%*d WIDTH=%d HEIGHT=%d", w, h) == 2;
 }

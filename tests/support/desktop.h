@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,6 +29,8 @@ struct Image {
 // Runs a shell command (with DISPLAY set when display is not empty); returns its output.
 std::string Shell(const std::string& command, int* exitCode = nullptr, const std::string& display = "");
 void SleepSeconds(double seconds);
+// Polls done until it holds or the time is up; returns its last answer.
+bool WaitUntil(double seconds, const std::function<bool()>& done);
 
 // The vormi host in workDir; display "" runs it without X. Killed if still running at destruction.
 class VormiProcess {
@@ -67,7 +70,6 @@ protected:
     // With nothing open the engine has the mouse in relative mode, where only motion counts: run into
     // the top-left corner, where SDL pins the pointer, then move by the target's coordinates.
     void PointAt(int x, int y) const;
-    bool Geometry(int* w, int* h) const;
 
     TempWorkDir dir_;
     std::string display_;

@@ -15,61 +15,44 @@
 
 namespace fs = std::filesystem;
 
-TempWorkDir::TempWorkDir() {
-    char cwd[4096];
-    oldCwd_ = getcwd(cwd, sizeof(cwd)) ? cwd : ".";
+TempWorkDir::TempWorkDir() : oldCwd_(fs::current_path().string()) {
     std::string pattern = (fs::temp_directory_path() / "vormi-test-XXXXXX").string();
-    if (!mkdtemp(pattern.data())) {
-        std::abort();
-    }
+    if (!mkdtemp(pattern.data())) std::abort();
     path_ = pattern;
     fs::copy(fs::path(VORMI_SOURCE_DIR) / "test", fs::path(path_) / "test", fs::copy_options::recursive);
-    std::error_code ignored;
-    fs::remove(fs::path(path_) / "test/scripts/cvars.txt", ignored);
-    fs::remove(fs::path(path_) / "test/scripts/cvars.txt.tmp", ignored);
+    for (const char* file : {"cvars.txt", "cvars.txt.tmp"}) fs::remove(fs::path(path_) / "test/scripts" / file);
     fs::create_directories(fs::path(path_) / "test/scripts");
-    if (chdir(path_.c_str()) != 0) {
-        std::abort();
-    }
+    fs::current_path(path_);
 }
 
 TempWorkDir::~TempWorkDir() {
-    if (chdir(oldCwd_.c_str()) != 0) {
-        return;
-    }
     std::error_code ignored;
+    fs::current_path(oldCwd_, ignored);
     fs::remove_all(path_, ignored);
 }
 
 void TempWorkDir::WriteFile(const std::string& relative, const std::string& contents) const {
     const fs::path file = fs::path(path_) / relative;
     fs::create_directories(file.parent_path());
-    std::ofstream out(file, std::ios::binary);
-    out << contents;
+    std::ofstream(file, std::ios::binary) << contents;
 }
 
 std::string TempWorkDir::ReadFile(const std::string& relative, bool* exists) const {
     std::ifstream in(fs::path(path_) / relative, std::ios::binary);
     if (exists) *exists = in.is_open();
     std::ostringstream text;
-    text << in.rdbuf();
-    return in.is_open() ? text.str() : std::string();
+    if (in) text << in.rdbuf();
+    return text.str();
 }
 
 static std::string s_captured;
 
-// SDL drops one final newline of each message before handing it out; put it back so the capture
-// reads like the console.
-static void CaptureLog(void*, int, SDL_LogPriority, const char* message) {
-    s_captured += message;
-    s_captured += '\n';
-}
-
 LogCapture::LogCapture() {
     s_captured.clear();
-    SDL_LogSetOutputFunction(CaptureLog, nullptr);
+    // SDL drops each message's final newline; put it back so the capture reads like the console.
+    SDL_LogSetOutputFunction([](void*, int, SDL_LogPriority, const char* message) { (s_captured += message) += '\n'; },
+                             nullptr);
 }
-
 LogCapture::~LogCapture() { SDL_LogSetOutputFunction(nullptr, nullptr); }
 const std::string& LogCapture::text() const { return s_captured; }
 void LogCapture::Clear() { s_captured.clear(); }
@@ -79,27 +62,18 @@ static std::function<void()> s_onStart;
 static int s_frame = 0;
 static int s_maxFrames = 0;
 
-static void StartHook(IEngineCommon*) {
-    if (s_onStart) s_onStart();
-}
-
-static void FrameHook(IEngineCommon*) {
-    if (s_onFrame) {
-        s_onFrame(s_frame);
-    }
-    ++s_frame;
-    if (s_frame == s_maxFrames) {
-        CommandGlobal("quit");
-    }
-}
-
 EngineRunResult RunEngine(const std::function<void(int)>& onFrame, const std::function<void()>& onStart,
                           int maxFrames) {
     s_onFrame = onFrame;
     s_onStart = onStart;
     s_frame = 0;
     s_maxFrames = maxFrames;
-    const EngineHooks hooks = {StartHook, FrameHook, nullptr};
+    const EngineHooks hooks = {[](IEngineCommon*) { if (s_onStart) s_onStart(); },
+                               [](IEngineCommon*) {
+                                   if (s_onFrame) s_onFrame(s_frame);
+                                   if (++s_frame == s_maxFrames) CommandGlobal("quit");
+                               },
+                               nullptr};
     GetEngineCommonInterface()->SetHooks(&hooks);
     EngineRunResult result;
     result.exitCode = EngineMain();

@@ -8,34 +8,26 @@
 #include <sstream>
 
 #include "engine/console_output.h"
-#include "engine/engine.h"
-#include "render/renderer.h"
 #include "resources/handle_table.h"
 #include "resources/model_mgr.h"
 #include "resources/texture_mgr.h"
 
 uint64_t OffscreenTest::now_ = 0;
 
-static std::string ToString(Color c) {
-    return "(" + std::to_string(c.r) + "," + std::to_string(c.g) + "," + std::to_string(c.b) + "," +
-           std::to_string(c.a) + ")";
-}
-
 std::string TestDataFile(const std::string& name) {
-    std::ifstream in(std::string(VORMI_SOURCE_DIR) + "/tests/data/" + name, std::ios::binary);
     std::ostringstream bytes;
-    bytes << in.rdbuf();
+    bytes << std::ifstream(std::string(VORMI_SOURCE_DIR) + "/tests/data/" + name, std::ios::binary).rdbuf();
     return bytes.str();
 }
 
 ::testing::AssertionResult SameColor(Color got, Color want, int tolerance) {
-    const int diffs[] = {got.r - want.r, got.g - want.g, got.b - want.b, got.a - want.a};
-    for (int d : diffs) {
+    const auto text = [](Color c) { return ::testing::PrintToString(std::vector<int>{c.r, c.g, c.b, c.a}); };
+    for (int d : {got.r - want.r, got.g - want.g, got.b - want.b, got.a - want.a}) {
         if (d > tolerance || d < -tolerance) {
-            return ::testing::AssertionFailure() << "expected " << ToString(want) << ", got " << ToString(got);
+            return ::testing::AssertionFailure() << "expected " << text(want) << ", got " << text(got);
         }
     }
-    return ::testing::AssertionSuccess() << "got " << ToString(got);
+    return ::testing::AssertionSuccess() << "got " << text(got);
 }
 
 std::string RendererName(const ::testing::TestParamInfo<int32_t>& info) {
@@ -47,8 +39,8 @@ void OffscreenTest::SetUp() {
     SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
     ASSERT_EQ(SDL_Init(SDL_INIT_VIDEO), 0) << SDL_GetError();
     ASSERT_EQ(TTF_Init(), 0);
-    const Uint32 flags = SDL_WINDOW_HIDDEN | (kind_ == kRendererGL ? SDL_WINDOW_OPENGL : 0);
-    g_window = SDL_CreateWindow("offscreen", 0, 0, width_, height_, flags);
+    g_window = SDL_CreateWindow("offscreen", 0, 0, width_, height_,
+                                SDL_WINDOW_HIDDEN | (kind_ == kRendererGL ? SDL_WINDOW_OPENGL : 0));
     ASSERT_NE(g_window, nullptr) << SDL_GetError();
     g_windowWidth = width_;
     g_windowHeight = height_;
@@ -81,7 +73,7 @@ Frame OffscreenTest::Render(Color background, const std::function<void()>& draw)
     draw();
     Frame frame;
     frame.width = width_;
-    frame.pixels.resize(static_cast<size_t>(width_) * static_cast<size_t>(height_));
+    frame.pixels.resize(static_cast<size_t>(width_) * height_);
     if (kind_ != kRendererGL) {
         EXPECT_EQ(SDL_RenderReadPixels(SDL_GetRenderer(g_window), nullptr, SDL_PIXELFORMAT_RGBA32,
                                        frame.pixels.data(), width_ * 4),

@@ -4,10 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <functional>
-#include <string>
-#include <vector>
 
 #include "engine/engine.h"
 #include "render/renderer.h"
@@ -24,7 +21,6 @@ inline constexpr Color kMagenta = {255, 0, 255, 255};
 
 // The bytes of a file under tests/data/; "" when it cannot be read.
 std::string TestDataFile(const std::string& name);
-
 // Passes when every channel is within the tolerance; the message gives both colours.
 ::testing::AssertionResult SameColor(Color got, Color want, int tolerance = 0);
 

@@ -6,7 +6,6 @@
 
 #include "engine/engine.h"
 #include "render/renderer.h"
-#include "render/renderer.h"
 
 class RecordingRenderer : public IRenderer {
 public:
@@ -24,35 +23,43 @@ public:
     bool Init() override { return true; }
     void PostInit() override {}
     void Shutdown() override {}
-    void Clear() override { calls.push_back("clear"); }
-    void Present() override { calls.push_back("present"); }
-    void SetDrawColor(uint8_t r, uint8_t g, uint8_t b, uint8_t a) override;
-    void SetBlendMode(int mode) override { calls.push_back("blend " + std::to_string(mode)); }
-    void SetClipRect(const Rect* rect) override { rect ? Log("clip", rect) : calls.push_back("clip off"); }
-    void UpdateViewportScale() override { calls.push_back("viewport"); }
-    void Begin2D() override { calls.push_back("begin2d"); }
-    void SetPerspective(float, float, float, float) override { calls.push_back("perspective"); }
-    void Begin3D(int, int, int, int, float, float, float) override { calls.push_back("begin3d"); }
-    Texture CreateTexture(SDL_Surface*, const std::string& texture, bool) override;
-    void DrawTextureById(const Rect* rect, Color color, int id) override { Log("texture " + std::to_string(id), rect, color); }
-    void DrawTexture(Texture texture, int x, int y) override;
-    void DrawLine(Point p1, Point p2, Color color, int width) override;
-    void DrawArrow(Point, Point, Color, int, int, int) override { calls.push_back("arrow"); }
-    void FillPolygon(const std::vector<Point>&, int, Color) override { calls.push_back("fill_polygon"); }
-    void DrawPolygon(const std::vector<Point>&, int, int, Color) override { calls.push_back("polygon"); }
-    void FillCircle(Point, int, Color, int) override { calls.push_back("fill_circle"); }
-    void DrawCircle(Point, int, Color, int, int) override { calls.push_back("circle"); }
-    void DrawRect(const Rect* rect, Color color) override { Log("rect", rect, color); }
-    void FillRect(const Rect* rect, Color color) override { Log("fill", rect, color); }
-    void DrawText(int fontId, const char* text, int x, int y) override;
+    void Clear() override { Log("clear"); }
+    void Present() override { Log("present"); }
+    void SetDrawColor(uint8_t r, uint8_t g, uint8_t b, uint8_t a) override { Log("color", {r, g, b, a}); }
+    void SetBlendMode(int mode) override { Log("blend", {mode}); }
+    void SetClipRect(const Rect* rect) override { rect ? Log("clip", rect) : Log("clip off"); }
+    void UpdateViewportScale() override { Log("viewport"); }
+    void Begin2D() override { Log("begin2d"); }
+    void SetPerspective(float, float, float, float) override { Log("perspective"); }
+    void Begin3D(int, int, int, int, float, float, float) override { Log("begin3d"); }
+    Texture CreateTexture(SDL_Surface*, const std::string& texture, bool) override {
+        Log("create_texture " + texture);
+        return Texture();
+    }
+    void DrawTextureById(const Rect* rect, Color color, int id) override { Log("texture " + std::to_string(id), rect, &color); }
+    void DrawTexture(Texture texture, int x, int y) override { Log("draw_texture " + texture.name, {x, y}); }
+    void DrawLine(Point p1, Point p2, Color c, int width) override {
+        Log("line", {p1.x, p1.y, p2.x, p2.y, c.r, c.g, c.b, c.a}, " w" + std::to_string(width));
+    }
+    void DrawArrow(Point, Point, Color, int, int, int) override { Log("arrow"); }
+    void FillPolygon(const std::vector<Point>&, int, Color) override { Log("fill_polygon"); }
+    void DrawPolygon(const std::vector<Point>&, int, int, Color) override { Log("polygon"); }
+    void FillCircle(Point, int, Color, int) override { Log("fill_circle"); }
+    void DrawCircle(Point, int, Color, int, int) override { Log("circle"); }
+    void DrawRect(const Rect* rect, Color color) override { Log("rect", rect, &color); }
+    void FillRect(const Rect* rect, Color color) override { Log("fill", rect, &color); }
+    void DrawText(int fontId, const char* text, int x, int y) override {
+        Log("text " + std::to_string(fontId) + " " + (text ? text : ""), {x, y});
+    }
     void ReservedHook() override {}
-    void SaveTextureBmp(SDL_Texture*, const std::string& path) override { calls.push_back("save_bmp " + path); }
-    void DrawModel(ModelRecord*, float, float, float, float, float, float) override { calls.push_back("model"); }
+    void SaveTextureBmp(SDL_Texture*, const std::string& path) override { Log("save_bmp " + path); }
+    void DrawModel(ModelRecord*, float, float, float, float, float, float) override { Log("model"); }
 
 private:
+    // "<what>", then each number after a space, then the tail.
+    void Log(const std::string& what, const std::vector<int>& numbers = {}, const std::string& tail = "");
     // "<what> <rect or null>", then the colour if there is one.
     void Log(const std::string& what, const Rect* rect, const Color* color = nullptr);
-    void Log(const std::string& what, const Rect* rect, Color color) { Log(what, rect, &color); }
 };
 
 // Installs a renderer as g_renderer for a scope and puts the previous one back.

@@ -8,8 +8,8 @@
 #include "app/interface.h"
 #include "console/command_system.h"
 #include "console/cvars.h"
-#include "engine/engine.h"
 #include "engine/console_output.h"
+#include "engine/engine.h"
 #include "input/input_system.h"
 #include "ui/root_panel.h"
 
@@ -28,29 +28,19 @@ void UiTest::Step(int x, int y, bool down) {
 }
 
 void UiTest::Click(int x, int y) {
-    Step(x, y, false);
-    Step(x, y, true);
-    Step(x, y, false);
+    for (bool down : {false, true, false}) Step(x, y, down);
 }
 
 void UiTest::Settle(int frames) {
-    for (int i = 0; i < frames; ++i) {
-        Step(-100, -100, false);
-    }
+    for (int i = 0; i < frames; ++i) Step(-100, -100, false);
 }
 
 void UiTest::Press(std::initializer_list<int> keys, std::initializer_list<int> mods) {
     InputSystem* in = g_inputSystem;
-    for (int key : keys) {
-        in->keysPressed[key] = in->keysPressedNoRepeat[key] = in->keysHeld[key] = 1;
-    }
-    for (int key : mods) {
-        in->keysHeld[key] = 1;
-    }
+    for (int key : keys) in->keysPressed[key] = in->keysPressedNoRepeat[key] = in->keysHeld[key] = 1;
+    for (int key : mods) in->keysHeld[key] = 1;
     top_->Update();
-    std::memset(in->keysPressed, 0, sizeof(in->keysPressed));
-    std::memset(in->keysPressedNoRepeat, 0, sizeof(in->keysPressedNoRepeat));
-    std::memset(in->keysHeld, 0, sizeof(in->keysHeld));
+    for (uint8_t* state : {in->keysPressed, in->keysPressedNoRepeat, in->keysHeld}) std::memset(state, 0, sizeof(in->keysHeld));
     in->mouseWheel = 0;
 }
 

@@ -32,10 +32,8 @@ protected:
     T* Add(T* panel, int x, int y, int w = 0, int h = 0, Panel* parent = nullptr) {
         panel->x = x;
         panel->y = y;
-        if (w > 0) {
-            panel->width = w;
-            panel->height = h;
-        }
+        panel->width = w > 0 ? w : panel->width;
+        panel->height = w > 0 ? h : panel->height;
         (parent ? parent : top_)->AddChild(panel);
         return panel;
     }
@@ -59,7 +57,6 @@ protected:
     InterfaceTest(int windowWidth, int windowHeight) : windowWidth_(windowWidth), windowHeight_(windowHeight) {}
     void SetUp() override;
     void TearDown() override;
-
     TempWorkDir dir_;
     int windowWidth_, windowHeight_;
 };
