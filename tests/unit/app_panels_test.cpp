@@ -1,10 +1,6 @@
 #include <SDL.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
-#include <initializer_list>
-#include <string>
-#include <vector>
 
 #include "app/fps_counter.h"
 #include "app/main_menu.h"
@@ -28,58 +24,44 @@ namespace {
 class AppPanels : public InterfaceTest {
 protected:
     AppPanels() : InterfaceTest(1280, 720) {}
-    void Frame(std::initializer_list<int> keys = {}, const std::string& typed = "") {
-        InputSystem* in = g_inputSystem;
-        for (int key : keys) {
-            in->keysPressed[key] = in->keysPressedNoRepeat[key] = in->keysHeld[key] = 1;
-        }
-        in->textInput = typed;
-        g_rootPanel->Update();
-        for (int key : keys) {
-            in->keysPressed[key] = in->keysPressedNoRepeat[key] = in->keysHeld[key] = 0;
-        }
+    void Submit(const std::string& line) {
+        g_inputSystem->textInput = line;
+        Press({SDL_SCANCODE_RETURN});
     }
     static bool LogHas(const std::string& text) {
         const std::vector<RichTextLine>& lines = g_consolePanel->log->lines;
         return std::any_of(lines.begin(), lines.end(), [&](const RichTextLine& l) { return l.text == text; });
+    }
+    void OpenOptions() {
+        g_commandSystem->Execute("open_optionsmenu");
+        Settle();
     }
 };
 
 TEST_F(AppPanels, MainMenuStaysCentredAndItsButtonsRunTheirCommands) {
     ASSERT_NE(g_mainMenu, nullptr);
     EXPECT_EQ(g_mainMenu->parent, g_rootPanel->GetLayer(kLayerMenus));
-    EXPECT_TRUE(g_mainMenu->visible);
     EXPECT_EQ(g_mainMenu->x, 390);
     EXPECT_EQ(g_mainMenu->y, 210);
-
     ClickOn(g_mainMenu->newProjectButton);
     ClickOn(g_mainMenu->FindChild("mm_quit"));
     EXPECT_EQ(g_commandQueue, (std::vector<std::string>{"create_project", "quit"}));
-    g_mainMenu->HandleCommand("cmd_submit");
-    EXPECT_EQ(g_consoleText, "");
     g_mainMenu->HandleCommand("close_panel");
-    Frame();
+    Settle();
     EXPECT_EQ(g_mainMenu, nullptr) << "closed and freed by its layer";
 }
 
 TEST_F(AppPanels, ToolFpsSwitchesTheRightAlignedReadout) {
     FPSCounter* fps = g_fpsCounter;
-    ASSERT_NE(fps, nullptr);
     EXPECT_EQ(fps->parent, g_rootPanel->GetLayer(kLayerToolsOverlay));
-    EXPECT_FALSE(fps->visible);
-    const struct {
-        const char* toolFps;
-        int rate;
-        bool background;
-        const char* text;
-    } steps[] = {{"1", 60, false, "60 FPS"}, {"2", 61, true, "61 FPS"}, {"1", 61, false, "61 FPS"},
-                 {"-1", 7, false, "61 FPS"}, {"3", -7, false, "-7 FPS"}};
+    const struct { const char* toolFps; int rate; bool background; const char* text; } steps[] = {
+        {"1", 60, false, "60 FPS"}, {"2", 61, true, "61 FPS"}, {"1", 61, false, "61 FPS"}, {"-1", 7, false, "61 FPS"},
+        {"3", -7, false, "-7 FPS"}};
     for (const auto& step : steps) {
         SCOPED_TRACE(step.toolFps);
         g_fps = step.rate;
         cv_tool_fps.SetString(step.toolFps);
-        Frame();
-        Frame();
+        Settle(2);
         EXPECT_TRUE(fps->visible);
         EXPECT_EQ(fps->drawBackground, step.background);
         EXPECT_EQ(fps->text, step.text);
@@ -91,45 +73,36 @@ TEST_F(AppPanels, ToolFpsSwitchesTheRightAlignedReadout) {
 
 TEST_F(AppPanels, ConsoleSubmitsToCvarsOrCommandsAndWalksItsHistory) {
     ConsolePanel* con = g_consolePanel;
-    ASSERT_NE(con, nullptr);
     EXPECT_EQ(con->parent, g_rootPanel->GetLayer(kLayerTools));
-    EXPECT_FALSE(con->visible);
-    Frame({SDL_SCANCODE_GRAVE});
-    Frame();
+    Press({SDL_SCANCODE_GRAVE});
+    Settle();
     ASSERT_TRUE(con->visible);
     EXPECT_TRUE(g_inputSystem->wantTextInput) << "the input box takes the typing";
-
-    Frame({SDL_SCANCODE_RETURN}, "frame_delay 10");
+    Submit("frame_delay 10");
     EXPECT_EQ(cv_frame_delay.intValue, 10);
     EXPECT_TRUE(LogHas(">frame_delay 10"));
-    EXPECT_TRUE(g_commandQueue.empty());
-    Frame({SDL_SCANCODE_RETURN}, "testcmd");
-    EXPECT_EQ(g_commandQueue, std::vector<std::string>{"testcmd"});
-    Frame({SDL_SCANCODE_RETURN}, "clear");
+    Submit("testcmd");
+    EXPECT_EQ(g_commandQueue, std::vector<std::string>{"testcmd"}) << "and only there: a cvar line queues nothing";
+    Submit("clear");
     EXPECT_EQ(con->log->lines.size(), 1u);
-
-    Frame({}, "draft");
+    Type("draft");
     const int up = SDL_SCANCODE_UP, down = SDL_SCANCODE_DOWN;
-    const struct {
-        int key;
-        const char* shown;
-    } walk[] = {{up, "clear"},   {up, "testcmd"},   {up, "frame_delay 10"}, {up, "frame_delay 10"},
-                {down, "testcmd"}, {down, "clear"}, {down, "draft"},        {down, "draft"}};
+    const struct { int key; const char* shown; } walk[] = {
+        {up, "clear"}, {up, "testcmd"}, {up, "frame_delay 10"}, {up, "frame_delay 10"}, {down, "testcmd"},
+        {down, "clear"}, {down, "draft"}, {down, "draft"}};
     for (const auto& step : walk) {
-        Frame({step.key});
+        Press({step.key});
         EXPECT_EQ(con->input->text, step.shown);
         EXPECT_EQ(con->input->cursor, static_cast<int32_t>(con->input->text.size()));
     }
-
-    Frame({SDL_SCANCODE_GRAVE});
+    Press({SDL_SCANCODE_GRAVE});
     EXPECT_FALSE(con->visible);
     EXPECT_FALSE(g_inputSystem->wantTextInput);
     ConMsg("printed while hidden\n");
-    Frame();
+    Settle();
     EXPECT_TRUE(LogHas("printed while hidden"));
-
-    Frame({SDL_SCANCODE_GRAVE, SDL_SCANCODE_LALT});
-    Frame({SDL_SCANCODE_GRAVE, SDL_SCANCODE_LALT});
+    Press({SDL_SCANCODE_GRAVE}, {SDL_SCANCODE_LALT});
+    Press({SDL_SCANCODE_GRAVE}, {SDL_SCANCODE_LALT});
     EXPECT_TRUE(con->visible) << "Alt+grave leaves it open";
     con->HandleCommand("close_panel");
     EXPECT_FALSE(con->visible);
@@ -137,7 +110,6 @@ TEST_F(AppPanels, ConsoleSubmitsToCvarsOrCommandsAndWalksItsHistory) {
     g_commandSystem->Execute("show_console");
     EXPECT_TRUE(con->visible);
     EXPECT_EQ(con->x, 100) << "brought back on screen";
-
     ClickOn(con->log);
     EXPECT_TRUE(con->visible);
     Click(5, 5);
@@ -145,15 +117,13 @@ TEST_F(AppPanels, ConsoleSubmitsToCvarsOrCommandsAndWalksItsHistory) {
     EXPECT_FALSE(g_inputSystem->wantTextInput);
 }
 
-TEST_F(AppPanels, OptionsOpenCentredWithTheCvarsAndCloseDiscardsEdits) {
+TEST_F(AppPanels, OptionsShowTheCvarsOkAndApplyWriteFirstWordsCloseAndCancelDiscardEdits) {
     OptionsMenu* menu = g_optionsMenu;
-    ASSERT_FALSE(menu->visible);
     cv_viewport_autoscale.SetString("1");
     cv_viewport_scale.SetString("1.25");
     menu->scaleBox->SetText("stale");
     g_rootPanel->HideLayer(kLayerMenus);
-    g_commandSystem->Execute("open_optionsmenu");
-    Settle();
+    OpenOptions();
     EXPECT_TRUE(g_rootPanel->GetLayer(kLayerMenus)->visible);
     EXPECT_TRUE(menu->focused);
     EXPECT_EQ(menu->screenX, (1280 - 350) / 2);
@@ -161,7 +131,6 @@ TEST_F(AppPanels, OptionsOpenCentredWithTheCvarsAndCloseDiscardsEdits) {
     EXPECT_TRUE(menu->autoscaleToggle->checked);
     EXPECT_EQ(menu->scaleBox->text, "1.25");
     EXPECT_EQ(menu->scaleBox->cursor, 4);
-
     menu->scaleBox->SetText("4");
     menu->autoscaleToggle->SetChecked(false);
     ClickOn(menu->closeButton);
@@ -171,27 +140,20 @@ TEST_F(AppPanels, OptionsOpenCentredWithTheCvarsAndCloseDiscardsEdits) {
     EXPECT_EQ(cv_viewport_scale.value, "1.25");
     EXPECT_EQ(menu->scaleBox->text, "1.25");
     EXPECT_TRUE(menu->autoscaleToggle->checked);
-}
 
-TEST_F(AppPanels, OptionsOkWritesFirstWordsAndCancelAfterApplyKeepsTheApplied) {
-    OptionsMenu* menu = g_optionsMenu;
-    const struct {
-        const char *scale, *delay, *scaleWritten, *delayWritten;
-    } cases[] = {{"1.5 more words", " 7 ms", "1.5", "7"}, {"", "", "", ""}};
+    const char* const cases[][4] = {{"1.5 more words", " 7 ms", "1.5", "7"}, {"", "", "", ""}};
     for (const auto& c : cases) {
-        g_commandSystem->Execute("open_optionsmenu");
-        Settle();
+        OpenOptions();
         menu->clearToggle->SetChecked(false);
-        menu->scaleBox->SetText(c.scale);
-        menu->frameDelayBox->SetText(c.delay);
+        menu->scaleBox->SetText(c[0]);
+        menu->frameDelayBox->SetText(c[1]);
         ClickOn(menu->okButton);
         EXPECT_FALSE(menu->visible);
-        EXPECT_EQ(cv_viewport_scale.value, c.scaleWritten);
-        EXPECT_EQ(cv_frame_delay.value, c.delayWritten);
+        EXPECT_EQ(cv_viewport_scale.value, c[2]);
+        EXPECT_EQ(cv_frame_delay.value, c[3]);
         EXPECT_EQ(cv_render_clear.intValue, 0);
     }
-    g_commandSystem->Execute("open_optionsmenu");
-    Settle();
+    OpenOptions();
     menu->scaleBox->SetText("2");
     ClickOn(menu->applyButton);
     EXPECT_TRUE(menu->visible);
@@ -203,13 +165,11 @@ TEST_F(AppPanels, OptionsOkWritesFirstWordsAndCancelAfterApplyKeepsTheApplied) {
 
 TEST_F(AppPanels, OptionsRendererButtonTurnsRedOnlyForAnotherRenderer) {
     selectedRendererIndex = 0;
-    g_commandSystem->Execute("open_optionsmenu");
-    Settle();
+    OpenOptions();
     Button* button = g_optionsMenu->rendererButton;
     EXPECT_EQ(button->text, "RecordingRenderer");
     renderer_.name = "SDLRenderer";
-    const char* const presses[] = {"GLRenderer", "SDLRenderer", "GLRenderer"};
-    for (const char* shown : presses) {
+    for (const char* shown : {"GLRenderer", "SDLRenderer", "GLRenderer"}) {
         ClickOn(button);
         const bool running = std::string(shown) == "SDLRenderer";
         EXPECT_EQ(button->text, shown);

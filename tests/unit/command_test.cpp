@@ -1,25 +1,17 @@
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 #include "console/command_system.h"
 #include "engine/engine.h"
 #include "support/engine_fixture.h"
 
 TEST(Tokenizer, CommandLinesSplitIntoNameAndRestWithTheQuoteRule) {
     const char* const cases[][3] = {
-        {"frame_delay 5", "frame_delay", "5"},
-        {"a  b c", "a", "b c"},
-        {"\t name   value with blanks  ", "name", "value with blanks  "},  // no quote: trailing blanks stay
+        {"frame_delay 5", "frame_delay", "5"}, {"a  b c", "a", "b c"}, {"   ", "", ""}, {"only", "only", ""},
+        {"\t name   value with blanks  ", "name", "value with blanks  "},          // no quote: trailing blanks stay
         {"renderer_type \"GLRenderer\" extra", "renderer_type", "GLRenderer"},  // two: text outside dropped
         {"say x\"he said \"hi\"\" y", "say", "he said \"hi\""},  // more: first to last, inner quotes kept
         {"frame_delay \"5", "frame_delay", ""},                   // one quote drops the value
-        {"cmd first line\nsecond line", "cmd", "first line"},
-        {"cmd\n\n  next", "cmd", "next"},
-        {"   ", "", ""},
-        {"only", "only", ""},
-    };
+        {"cmd first line\nsecond line", "cmd", "first line"}, {"cmd\n\n  next", "cmd", "next"}};
     for (const auto& c : cases) {
         const CommandLine line = SplitCommandLine(c[0]);
         EXPECT_EQ(line.name, c[1]) << c[0];
@@ -28,13 +20,9 @@ TEST(Tokenizer, CommandLinesSplitIntoNameAndRestWithTheQuoteRule) {
 }
 
 TEST(Tokenizer, NumbersStopAtTheFirstMissingMalformedOrOutOfRangeOne) {
-    const struct {
-        const char* text;
-        size_t read;
-        int32_t first, second;
-    } cases[] = {{" 12\t-3 9", 2, 12, -3}, {"+7x 8", 1, 7, 99}, {"5.5 6", 1, 5, 99}, {"abc 3", 0, 99, 99},
-                 {"- 3", 0, 99, 99},       {"", 0, 99, 99},     {"99999999999 1", 0, 99, 99},
-                 {"-2147483648 2147483647", 2, INT32_MIN, INT32_MAX}};
+    const struct { const char* text; size_t read; int32_t first, second; } cases[] = {
+        {" 12\t-3 9", 2, 12, -3}, {"+7x 8", 1, 7, 99}, {"5.5 6", 1, 5, 99}, {"abc 3", 0, 99, 99}, {"- 3", 0, 99, 99},
+        {"", 0, 99, 99}, {"99999999999 1", 0, 99, 99}, {"-2147483648 2147483647", 2, INT32_MIN, INT32_MAX}};
     for (const auto& c : cases) {
         int32_t numbers[2] = {99, 99};
         EXPECT_EQ(ReadInts(c.text, numbers, 2), c.read) << c.text;
@@ -43,10 +31,8 @@ TEST(Tokenizer, NumbersStopAtTheFirstMissingMalformedOrOutOfRangeOne) {
     }
 }
 
-namespace {
-
-std::vector<std::string> s_fallbackLines;
-void RecordFallback(const char* line) {
+static std::vector<std::string> s_fallbackLines;
+static void RecordFallback(const char* line) {
     s_fallbackLines.push_back(line);
     CommandGlobal("testcmd");
 }
@@ -55,25 +41,19 @@ class CommandTest : public ::testing::Test {
 protected:
     void SetUp() override {
         g_commandQueue.clear();
-        g_commandSystem->SetFallbackHandler(nullptr);
         g_quit = false;
     }
     void TearDown() override { g_commandSystem->SetFallbackHandler(nullptr); }
     LogCapture log;
 };
 
-}  // namespace
-
 TEST_F(CommandTest, CommandsPrintExactlyTheirLinesAndNamesAreCaseSensitive) {
     g_fps = 42;
     const char* const cases[][2] = {
-        {"EXIT now", "Unknown command: EXIT\n"},
-        {"", "Unknown command: \n"},
+        {"EXIT now", "Unknown command: EXIT\n"}, {"", "Unknown command: \n"}, {"fps", "FPS: 42\n"},
         {"testcmd ignored args", "Test command Global\n"},
-        {"fps", "FPS: 42\n"},
         {"list_cmd", "Commands:\nexit/quit - closes the application\nshow_mainmenu - shows the main application menu\n"
-                     "open_optionsmenu - opens the options menu\n"},
-    };
+                     "open_optionsmenu - opens the options menu\n"}};
     for (const auto& c : cases) {
         log.Clear();
         g_commandSystem->Execute(c[0]);

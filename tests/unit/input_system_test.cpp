@@ -2,11 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <string>
 
 #include "engine/engine.h"
 #include "input/input_system.h"
-#include "render/renderer.h"
 #include "support/recording_renderer.h"
 
 namespace {
@@ -23,6 +21,7 @@ protected:
         SDL_DestroyWindow(window_);
         SDL_Quit();
     }
+    // a and b are the key's scancode and repeat flag, the wheel step, the motion or the window event.
     static void Push(Uint32 type, int a = 0, int b = 0, const char* text = "") {
         SDL_Event e = {};
         e.type = type;
@@ -47,21 +46,17 @@ protected:
 
 TEST_F(InputSystemTest, KeyArraysFollowPressAutoRepeatAndRelease) {
     const int a = SDL_SCANCODE_A, b = SDL_SCANCODE_B;
-    // Per frame: the key's pressed, pressed-no-repeat and held entries.
-    const struct {
-        int repeat;
-        int pressed, noRepeat, held;
-    } frames[] = {{0, 1, 1, 1}, {1, 1, 0, 1}, {-1, 0, 0, 1}};
+    // Per frame: the key's repeat flag (-1: no event), then its pressed, pressed-no-repeat and held entries.
+    const int frames[][4] = {{0, 1, 1, 1}, {1, 1, 0, 1}, {-1, 0, 0, 1}};
     for (const auto& f : frames) {
-        if (f.repeat >= 0) {
-            Push(SDL_KEYDOWN, a, f.repeat);
+        if (f[0] >= 0) {
+            Push(SDL_KEYDOWN, a, f[0]);
         }
         in_.Update();
-        EXPECT_EQ(f.pressed, in_.keysPressed[a]) << "repeat " << f.repeat;
-        EXPECT_EQ(f.noRepeat, in_.keysPressedNoRepeat[a]) << "repeat " << f.repeat;
-        EXPECT_EQ(f.held, in_.keysHeld[a]) << "repeat " << f.repeat;
+        EXPECT_EQ(f[1], in_.keysPressed[a]) << "repeat " << f[0];
+        EXPECT_EQ(f[2], in_.keysPressedNoRepeat[a]) << "repeat " << f[0];
+        EXPECT_EQ(f[3], in_.keysHeld[a]) << "repeat " << f[0];
     }
-
     Push(SDL_KEYDOWN, b, 0);
     Push(SDL_KEYDOWN, b, 1);
     Push(SDL_KEYUP, a);
@@ -87,40 +82,36 @@ TEST_F(InputSystemTest, TextIsTakenOnlyWhenWantedWithoutGraveAndAsciiOnly) {
     EXPECT_EQ("a??c`", in_.textInput) << "only the first byte is checked for the grave accent";
 }
 
-TEST_F(InputSystemTest, MouseIsInUiUnitsAndWheelAndMotionKeepTheLastEvent) {
+TEST_F(InputSystemTest, MouseWheelMotionWindowAndQuitEvents) {
+    RecordingRenderer renderer;
+    ScopedRenderer scoped(&renderer);
     SDL_WarpMouseInWindow(window_, 301, 99);
     g_viewportScale = 2.0f;
-    Push(SDL_MOUSEWHEEL, 1);
-    Push(SDL_MOUSEWHEEL, -1);
+    for (int wheel : {1, -1}) {
+        Push(SDL_MOUSEWHEEL, wheel);
+    }
     Push(SDL_MOUSEMOTION, 3, 4);
     Push(SDL_MOUSEMOTION, -7, 9);
+    for (int event : {SDL_WINDOWEVENT_RESIZED, SDL_WINDOWEVENT_MOVED, SDL_WINDOWEVENT_RESIZED}) {
+        Push(SDL_WINDOWEVENT, event);
+    }
     in_.Update();
-    EXPECT_EQ(150, in_.mouseX);
+    EXPECT_EQ(150, in_.mouseX) << "in UI units";
     EXPECT_EQ(49, in_.mouseY);
-    EXPECT_EQ(2, in_.mouseWheel) << "up then down";
+    EXPECT_EQ(2, in_.mouseWheel) << "the last event: down";
     EXPECT_EQ(-7, in_.mouseDeltaX);
     EXPECT_EQ(9, in_.mouseDeltaY);
+    EXPECT_EQ(2u, renderer.Matching("viewport").size()) << "each resize updates the viewport";
+    EXPECT_FALSE(g_quit);
     Push(SDL_MOUSEWHEEL, 1);
     Push(SDL_MOUSEWHEEL, 0);
+    Push(SDL_QUIT);
     in_.Update();
     EXPECT_EQ(1, in_.mouseWheel) << "a zero step changes nothing";
+    EXPECT_TRUE(g_quit);
     in_.Update();
     EXPECT_EQ(0, in_.mouseWheel) << "reset by the next pump";
     EXPECT_EQ(0, in_.mouseDeltaX);
-}
-
-TEST_F(InputSystemTest, QuitSetsTheFlagAndEachResizeUpdatesTheViewport) {
-    RecordingRenderer renderer;
-    ScopedRenderer scoped(&renderer);
-    Push(SDL_WINDOWEVENT, SDL_WINDOWEVENT_RESIZED);
-    Push(SDL_WINDOWEVENT, SDL_WINDOWEVENT_MOVED);
-    Push(SDL_WINDOWEVENT, SDL_WINDOWEVENT_RESIZED);
-    in_.Update();
-    EXPECT_EQ(2u, renderer.Matching("viewport").size());
-    EXPECT_FALSE(g_quit);
-    Push(SDL_QUIT);
-    in_.Update();
-    EXPECT_TRUE(g_quit);
 }
 
 }  // namespace
