@@ -33,7 +33,8 @@ TEST_F(Fonts, AtlasHoldsEveryPrintableGlyphInItsCellAndMeasuresFollowGlyphWidths
         EXPECT_EQ(font->atlas.height, 6 * font->cellHeight);
         for (int c = 0; c < 128; ++c) {
             const Rect& g = font->glyphs[c];
-            const int cellX = c < 32 ? 0 : (c - 32) % 16 * font->cellWidth, cellY = c < 32 ? 0 : (c - 32) / 16 * font->cellHeight;
+            const int cellX = c < 32 ? 0 : (c - 32) % 16 * font->cellWidth;
+            const int cellY = c < 32 ? 0 : (c - 32) / 16 * font->cellHeight;
             EXPECT_EQ(g.x, cellX) << "code " << c;
             EXPECT_EQ(g.y, cellY) << "code " << c;
             // A glyph may overhang its advance ('W' does by a pixel at small sizes), never more.
@@ -80,7 +81,7 @@ TEST_F(Fonts, EveryLoadIsNewFindNeedsNameSizeAndBothColoursAndBadFilesGiveNoneSi
     std::string noise(4096, '\0');
     std::generate(noise.begin(), noise.end(), [&] { return static_cast<char>(random()); });
     dir_.WriteFile("corrupt.ttf", noise);
-    const std::pair<std::string, int> bad[] = {{"./no/such.ttf", 20}, {"corrupt.ttf", 20}, {kSans, 0}, {kSans, 1 << 30}};
+    const std::pair<std::string, int> bad[] = {{"./none.ttf", 20}, {"corrupt.ttf", 20}, {kSans, 0}, {kSans, 1 << 30}};
     for (const auto& [path, size] : bad) {
         EXPECT_EQ(g_fontSystem->LoadFont("bad", path, size, kBlack, kClear), -1) << path << " " << size;
     }

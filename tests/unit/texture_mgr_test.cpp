@@ -33,8 +33,8 @@ TEST_F(TextureMgrTest, LoadsOnceByNormalisedNameAndUnreadableFilesWarnWithPathEv
     huge[18] = huge[19] = huge[20] = 0x7F;
     wide[19] = 0x20;
     const std::pair<const char*, std::string> files[] = {
-        {"nope.bmp", ""}, {"truncated.bmp", rgb.substr(0, rgb.size() - 10)}, {"renamed.bmp", TestDataFile("png_renamed.bmp")},
-        {"header_only.bmp", rgb.substr(0, 20)}, {"huge.bmp", huge}, {"wide.bmp", wide}};
+        {"nope.bmp", ""}, {"truncated.bmp", rgb.substr(0, rgb.size() - 10)}, {"header_only.bmp", rgb.substr(0, 20)},
+        {"renamed.bmp", TestDataFile("png_renamed.bmp")}, {"huge.bmp", huge}, {"wide.bmp", wide}};
     for (const auto& f : files) {
         if (!f.second.empty()) {
             Write(dir_, f.first, f.second);
