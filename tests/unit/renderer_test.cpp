@@ -4,7 +4,8 @@
 #include <vector>
 
 #include "console/cvars.h"
-#include "engine/engine.h"
+#include "engine/console_output.h"
+#include "render/shader_program.h"
 #include "resources/font_system.h"
 #include "resources/texture_mgr.h"
 #include "support/engine_fixture.h"
@@ -13,12 +14,21 @@
 
 namespace {
 
-const Color kClear = {0, 0, 0, 0};
+const Color kClear = {0, 0, 0, 0}, kYellow = {255, 255, 0, 255};
 
 class Drawing : public RendererTest {};
 
+// Decoded BMP variants at y 300 and below; "!f_" keeps a texture unfiltered, smooth.bmp is filtered.
 TEST_P(Drawing, ShapesClippingAndTexturesLightTheSamePixelsOnBothRenderers) {
     ASSERT_TRUE(g_textureMgr->Init());
+    const char* files[] = {"!f_rgb24.bmp", "!f_rgba32.bmp", "!f_pal8.bmp", "!f_rle8.bmp", "smooth.bmp"};
+    const Rect bmps[] = {{0, 300, 24, 16}, {32, 300, 16, 16}, {0, 332, 20, 8}, {0, 348, 20, 8}, {0, 356, 60, 8}};
+    int bmp[5];
+    for (int i = 0; i < 5; ++i) {
+        dir_.WriteFile(std::string("test/tex/") + files[i], TestDataFile(i < 4 ? files[i] + 3 : "rgb24.bmp"));
+        bmp[i] = g_textureMgr->LoadTexture(files[i]);
+        ASSERT_GE(bmp[i], 1) << files[i] << ": " << g_consoleText;
+    }
     const std::vector<Point> square = {{200, 10}, {240, 10}, {240, 50}, {200, 50}};
     const Rect outline = {120, 120, 40, 30}, filled = {200, 120, 40, 30}, clip = {300, 100, 10, 10};
     const Rect clipped = {300, 100, 50, 50}, checker = {400, 0, 40, 40}, tinted = {450, 0, 40, 40};
@@ -32,7 +42,6 @@ TEST_P(Drawing, ShapesClippingAndTexturesLightTheSamePixelsOnBothRenderers) {
         g_renderer->FillCircle({320, 40}, 20, kRed, 32);
         g_renderer->FillCircle({360, 40}, 20, kGreen, 0);
         g_renderer->DrawCircle({60, 140}, 30, kGreen, 1, 16);
-        g_renderer->DrawCircle({60, 220}, 30, kGreen, 1, 2);
         g_renderer->DrawRect(&outline, kRed);
         g_renderer->FillRect(&filled, kBlue);
         g_renderer->SetClipRect(&clip);
@@ -40,36 +49,40 @@ TEST_P(Drawing, ShapesClippingAndTexturesLightTheSamePixelsOnBothRenderers) {
         g_renderer->SetClipRect(nullptr);
         g_renderer->DrawTextureById(&tinted, Color{128, 255, 255, 255}, 0);
         g_renderer->DrawTextureById(&checker, kWhite, 12345);  // unknown ids fall back to the checker
+        for (int i = 0; i < 5; ++i) {
+            g_renderer->DrawTextureById(&bmps[i], kWhite, bmp[i]);
+        }
     });
     ExpectProbes(frame, {
-        {50, 18, kRed, "thick line"},           {50, 22, kRed, "thick line"},
-        {50, 25, kBlack, "past the thick line"}, {16, 20, kBlack, "before its start"},
-        {84, 20, kBlack, "after its end"},      {40, 100, kGreen, "arrow shaft"},
-        {110, 100, kGreen, "arrow head"},       {103, 94, kGreen, "arrow head corner"},
-        {40, 94, kBlack, "beside the shaft"},   {125, 100, kBlack, "past the tip"},
-        {50, 70, kGreen, "hair line"},          {50, 72, kBlack, "below the hair line"},
-        {220, 30, kBlue, "polygon"},            {250, 30, kBlack, "beside the polygon"},
-        {320, 40, kRed, "circle centre"},       {335, 40, kRed, "inside the rim"},
-        {345, 40, kBlack, "outside the rim"},   {360, 40, kBlack, "no segments, no circle"},
-        {60, 140, kBlack, "ring centre"},       {60, 220, kind_ == kRendererGL ? kBlack : kGreen, "two segments: nothing on GL, there and back on SDL"},
-        {120, 120, kRed, "outline corner"},     {159, 149, kRed, "far outline corner"},
-        {140, 135, kBlack, "inside the outline"}, {220, 135, kBlue, "filled"},
-        {240, 150, kBlack, "past the fill"},    {305, 105, kWhite, "inside the clip"},
-        {315, 105, kBlack, "clipped away"},     {305, 115, kBlack, "clipped away below"},
-        {401, 1, kMagenta, "checker"},          {419, 19, kMagenta, "checker"},
-        {420, 1, kBlack, "checker"},            {439, 39, kMagenta, "checker"},
-        {401, 1 + 20, kBlack, "checker"},       {451, 1, {128, 0, 255, 255}, "tinted checker"},
-    });
+        {50, 18, kRed, "thick line"}, {50, 22, kRed, "thick line"}, {50, 25, kBlack, "past the thick line"},
+        {16, 20, kBlack, "before its start"}, {84, 20, kBlack, "after its end"}, {40, 100, kGreen, "arrow shaft"},
+        {110, 100, kGreen, "arrow head"}, {103, 94, kGreen, "arrow head corner"}, {40, 94, kBlack, "beside the shaft"},
+        {125, 100, kBlack, "past the tip"}, {50, 70, kGreen, "hair line"}, {50, 72, kBlack, "below the hair line"},
+        {220, 30, kBlue, "polygon"}, {250, 30, kBlack, "beside the polygon"}, {320, 40, kRed, "circle centre"},
+        {335, 40, kRed, "inside the rim"}, {345, 40, kBlack, "outside the rim"}, {360, 40, kBlack, "no segments"},
+        {60, 140, kBlack, "ring centre"}, {120, 120, kRed, "outline corner"}, {159, 149, kRed, "far outline corner"},
+        {140, 135, kBlack, "inside the outline"}, {220, 135, kBlue, "filled"}, {240, 150, kBlack, "past the fill"},
+        {305, 105, kWhite, "inside the clip"}, {315, 105, kBlack, "clipped away"}, {305, 115, kBlack, "clipped below"},
+        {401, 1, kMagenta, "checker"}, {420, 1, kBlack, "checker"}, {439, 39, kMagenta, "checker"},
+        {401, 21, kBlack, "checker"}, {451, 1, {128, 0, 255, 255}, "tinted checker"}, {4, 304, kRed, "24-bit red"},
+        {12, 304, kGreen, "24-bit green"}, {20, 312, kYellow, "24-bit yellow"}, {7, 304, kRed, "unfiltered edge"},
+        {8, 304, kGreen, "unfiltered edge"}, {36, 304, kRed, "32-bit opaque"}, {36, 312, kBlack, "32-bit clear"},
+        {0, 336, kRed, "palette first"}, {19, 336, kBlue, "palette last"}, {19, 352, kBlue, "run-length last"}});
+    EXPECT_TRUE(SameColor(frame.At(44, 304), {0, 0, 127, 255}, 2)) << "32-bit half alpha";
+    EXPECT_LT(frame.At(19, 360).r, 250) << "filtered seam blends red into green";
+    EXPECT_GT(frame.At(19, 360).g, 5) << "filtered seam blends red into green";
 }
 
-TEST_P(Drawing, TextSkipsControlBytesWithoutAdvanceAndUnknownFontsDrawNothing) {
+TEST_P(Drawing, TextSkipsControlBytesAnOpaqueBackFillsGlyphBoxesAndTheAtlasViewIsOutlined) {
     const int font = g_fontSystem->LoadFont("draw", "./test/fonts/OpenSans-Regular.ttf", 40, kRed, kClear);
+    const int lcd = g_fontSystem->LoadFont("lcd", "./test/fonts/OpenSans-Regular.ttf", 40, kRed, kYellow);
+    const int atlas = g_fontSystem->LoadFont("atlas", "./test/fonts/Inconsolata-Regular.ttf", 12, kGreen, kClear);
     ASSERT_GE(font, 0);
-    const Rect* glyphs = g_fontSystem->GetFont(font)->glyphs;
+    const FontRecord* record = g_fontSystem->GetFont(font);
     const Frame tabbed = Render(kBlue, [&] { g_renderer->DrawText(font, "a\tb\xC3\xA9", 10, 20); });
     const Frame split = Render(kBlue, [&] {
         g_renderer->DrawText(font, "a", 10, 20);
-        g_renderer->DrawText(font, "b", 10 + glyphs['a'].w, 20);
+        g_renderer->DrawText(font, "b", 10 + record->glyphs['a'].w, 20);
     });
     int red = 0;
     for (size_t i = 0; i < tabbed.pixels.size(); ++i) {
@@ -77,78 +90,81 @@ TEST_P(Drawing, TextSkipsControlBytesWithoutAdvanceAndUnknownFontsDrawNothing) {
         red += SameColor(tabbed.pixels[i], kRed, 8) ? 1 : 0;
     }
     EXPECT_GT(red, 10);
+    ExpectProbes(tabbed, {{10, 20, kBlue, "blended glyph box"}});
+    ExpectProbes(Render(kBlue, [&] { g_renderer->DrawText(lcd, "a", 10, 20); }), {{10, 20, kYellow, "LCD glyph box"}});
     const Frame nothing = Render(kBlue, [&] {
         g_renderer->DrawText(-1, "ab", 10, 20);
         g_renderer->DrawText(font, "", 10, 20);
         g_renderer->DrawFontAtlas(-1);
     });
     ExpectProbes(nothing, {{12, 30, kBlue, "unknown font"}, {20, 40, kBlue, "unknown font"}});
+    const Texture& sheet = g_fontSystem->GetFont(atlas)->atlas;
+    ExpectProbes(Render(kBlack, [&] { g_renderer->DrawFontAtlas(atlas); }),
+                 {{0, 0, kRed, "atlas outline"}, {sheet.width - 1, sheet.height - 1, kRed, "atlas outline"},
+                  {sheet.width, sheet.height, kBlack, "past the atlas"}});
 }
 
 INSTANTIATE_ON_BOTH_RENDERERS(Drawing);
 
-TEST(ViewportScale, ClampAndAutoScaleFollowTheWindowShape) {
-    const struct {
-        int w, h;
-        float requested;
-        bool noClamp, autoScale;
-        float want;
-    } cases[] = {{1280, 720, 1.0f, false, false, 1.0f},  {640, 960, 2.0f, false, false, 1.0f},
-                 {1920, 1080, 0.1f, false, false, 0.5f}, {1920, 1080, 0.1f, false, true, 2.25f},
-                 {1920, 1080, 0.1f, true, false, 0.1f},  {1920, 1080, 3.0f, false, false, 2.25f}};
-    for (const auto& c : cases) {
-        EXPECT_FLOAT_EQ(ComputeViewportScale(c.w, c.h, c.requested, c.noClamp, c.autoScale), c.want)
-            << c.w << "x" << c.h << " at " << c.requested;
-    }
-}
-
 using Viewport = OffscreenTest;
 
-TEST_F(Viewport, RootLogicalSizeFollowsTheScaleEarlyChangesDoNothingAndShutdownSavesIt) {
+TEST_F(Viewport, ScaleIsClampedOrFitsTheWindowAndTheRootTakesTheLogicalSize) {
     RootPanel& root = *new RootPanel("root");
     g_rootPanel = &root;
     g_rendererReady = true;
-    SDL_SetWindowSize(g_window, 1920, 1080);
     const struct {
-        CVar& var;
-        const char* value;
-        float scale;
-        int width, height;
-    } steps[] = {{cv_viewport_scale, "0.1", 0.5f, 3840, 2160}, {cv_viewport_autoscale, "1", 2.25f, 853, 480},
-                 {cv_viewport_autoscale, "0", 0.5f, 3840, 2160}};
-    for (const auto& s : steps) {
-        s.var.SetString(s.value);
-        EXPECT_FLOAT_EQ(g_viewportScale, s.scale) << s.var.name << " " << s.value;
-        EXPECT_EQ(root.width, s.width) << s.var.name << " " << s.value;
-        EXPECT_EQ(root.height, s.height) << s.var.name << " " << s.value;
+        int w, h;
+        const char *requested, *noClamp, *autoScale;
+        float want;
+        int rootW, rootH;
+    } cases[] = {{1280, 720, "1.0", "0", "0", 1.0f, 1280, 720},      {640, 960, "2.0", "0", "0", 1.0f, 640, 960},
+                 {1920, 1080, "0.1", "0", "0", 0.5f, 3840, 2160},    {1920, 1080, "0.1", "0", "1", 2.25f, 853, 480},
+                 {1920, 1080, "0.1", "1", "0", 0.1f, 19200, 10800}, {1920, 1080, "3.0", "0", "0", 2.25f, 853, 480}};
+    for (const auto& c : cases) {
+        SDL_SetWindowSize(g_window, c.w, c.h);
+        cv_viewport_scale_noclamp.SetString(c.noClamp);
+        cv_viewport_autoscale.SetString(c.autoScale);
+        cv_viewport_scale.SetString(c.requested);
+        EXPECT_FLOAT_EQ(g_viewportScale, c.want) << c.w << "x" << c.h << " at " << c.requested;
+        EXPECT_EQ(root.width, c.rootW) << c.w << "x" << c.h << " at " << c.requested;
+        EXPECT_EQ(root.height, c.rootH) << c.w << "x" << c.h << " at " << c.requested;
     }
     g_rendererReady = false;
     cv_viewport_scale.SetString("1.0");
-    EXPECT_FLOAT_EQ(g_viewportScale, 0.5f) << "no update before the renderer is ready";
+    EXPECT_FLOAT_EQ(g_viewportScale, 2.25f) << "no update before the renderer is ready";
     g_rootPanel = nullptr;
     root.Destroy();
-    g_renderer->Shutdown();
-    EXPECT_EQ(cv_viewport_scale.value, "0.500000") << "the effective scale is what is saved";
 }
 
-TEST(RendererSelection, MessagesForAMatchAnUnknownNameACaseVariantAndAnEmptyValue) {
-    for (const std::string value : {"GLRenderer", "SDLRenderer", "Nope", "sdlrenderer", "GLESRenderer", ""}) {
-        cv_renderer_type.SetString(value);
-        LogCapture log;
-        SelectRenderer();
-        const bool gl = value == "GLRenderer";
-        std::string expected = "Available renderers:\n-SDLRenderer\n-GLRenderer\n";
-        expected += gl                       ? "Selected renderer: GLRenderer (ID 1)\n"
-                    : value == "SDLRenderer" ? "Selected renderer: SDLRenderer (ID 0)\n"
-                                             : "Unknown renderer '" + value + "'. Falling back to SDLRenderer.\n";
-        EXPECT_EQ(log.text(), expected);
-        EXPECT_EQ(selectedRendererIndex, gl ? 1 : 0) << value;
-        EXPECT_EQ(rendererKind, gl ? kRendererGL : kRendererSDL) << value;
-        EXPECT_EQ(cv_renderer_type.value, gl ? "GLRenderer" : "SDLRenderer");
+class ModelShader : public OffscreenTest {
+protected:
+    ModelShader() : OffscreenTest(64, 64, kRendererGL) {}
+};
+
+TEST_F(ModelShader, ReloadRebuildsOnEveryWriteAndReportsBadSources) {
+    ASSERT_NE(modelProgram, 0u);
+    const std::string frag = dir_.ReadFile("test/shaders/model.frag");
+    const std::string noMain = "#version 330 compatibility\nvoid helper() {}\n";  // compiles, cannot link
+    const char* const built = "Model shader compiled successfully. Program ID = ";
+    const char* const failed = "Error: Failed to build model shader program.\n";
+    const struct {
+        std::string frag;
+        const char *first, *last;
+    } cases[] = {{"not glsl", "Shader compilation failed:\n", failed},
+                 {"", "Error: Model shader source is missing.\n", "Error: Model shader source is missing.\n"},
+                 {frag, built, "\n"},
+                 {frag, built, "\n"},  // the same value again, rebuilt again
+                 {noMain, "Shader program linking failed:\n", failed}};
+    LogCapture log;
+    for (const auto& c : cases) {
+        dir_.WriteFile("test/shaders/model.frag", c.frag);
+        log.Clear();
+        cv_shader_reload.SetString("1");
+        const std::string& text = log.text();
+        EXPECT_EQ(text.rfind(c.first, 0), 0u) << text;
+        EXPECT_EQ(text.substr(text.size() - std::string(c.last).size()), c.last) << text;
+        EXPECT_EQ(modelProgram != 0, c.frag == frag) << text;
     }
-    EXPECT_EQ(SwitchRenderer(), "GLRenderer");
-    EXPECT_EQ(SwitchRenderer(), "SDLRenderer");
-    EXPECT_EQ(cv_renderer_type.value, "SDLRenderer");
 }
 
 }  // namespace
