@@ -17,7 +17,7 @@ struct CommandLine {
 
 // Splits "name rest of line". The rest loses surrounding text by the quote rule: no quote keeps it as
 // read, one quote empties it, two or more keep what lies between the first and the last quote.
-CommandLine SplitCommandLine(const std::string& line);
+VORMI_API CommandLine SplitCommandLine(const std::string& line);
 
 class ICommandSystem {
 public:

@@ -30,6 +30,9 @@ public:
     virtual void CallStartHook() = 0;
     virtual void CallFrameHook() = 0;
     virtual void CallExtraHook() = 0;
+    // The root of the interface tree, from just before the start hook runs until shutdown; null
+    // outside that time.
+    virtual RootPanel* GetRootPanel() = 0;
 };
 
 class EngineCommon : public IEngineCommon {
@@ -39,6 +42,7 @@ public:
     void CallStartHook() override;
     void CallFrameHook() override;
     void CallExtraHook() override;
+    RootPanel* GetRootPanel() override;
 
     RootPanel* rootPanel = nullptr;  // stored by EngineMain just before the start hook runs
     EngineHookFn startHook = nullptr;

@@ -52,12 +52,12 @@ public:
 
 // The show/hide sequence every panel goes through: set visible; on show call OnShown when the parent
 // is visible; on hide give up focus.
-void ShowPanel(Panel* panel);
-void HidePanel(Panel* panel);
-void TogglePanel(Panel* panel);
+VORMI_API void ShowPanel(Panel* panel);
+VORMI_API void HidePanel(Panel* panel);
+VORMI_API void TogglePanel(Panel* panel);
 // Centres the panel in its parent (half the spare room, toward zero; negative when it is larger) and
 // moves its screen position at once. Nothing without a parent.
-void CentreInParent(Panel* panel);
+VORMI_API void CentreInParent(Panel* panel);
 // Moves the panel to (homeX, homeY) when its rectangle lies wholly outside the root panel's, so a window
 // dragged away comes back when it is opened again. Nothing without a root.
 void KeepOnRoot(Panel* panel, int32_t homeX, int32_t homeY);
