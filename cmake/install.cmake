@@ -6,7 +6,7 @@
 #   lib/cmake/VormiEngine/                      find_package(VormiEngine CONFIG)
 #   lib/pkgconfig/vormi-engine.pc               pkg-config
 #   share/vormi/test/                           the assets the host copies into a per-user folder
-#   share/doc/vormi-engine/                     sdk.md, formats.md and the examples
+#   share/doc/VormiEngine/                      sdk.md, formats.md and the examples
 
 include(CMakePackageConfigHelpers)
 
@@ -15,7 +15,6 @@ include(CMakePackageConfigHelpers)
 set(VORMI_PUBLIC_HEADERS
   engine/api.h
   engine/console_output.h
-  engine/engine.h
   engine/engine_common.h
   console/command_system.h
   console/cvar.h

@@ -19,7 +19,7 @@ struct CommandLine {
 // read, one quote empties it, two or more keep what lies between the first and the last quote.
 VORMI_API CommandLine SplitCommandLine(const std::string& line);
 
-class ICommandSystem {
+class VORMI_API ICommandSystem {
 public:
     virtual ~ICommandSystem() {}
     // Runs every line that was queued when the call began, then empties the queue.
@@ -32,7 +32,7 @@ public:
     virtual void SetFallbackHandler(CommandFallbackFn handler) = 0;
 };
 
-class CommandSystem : public ICommandSystem {
+class VORMI_API CommandSystem : public ICommandSystem {
 public:
     void ExecuteQueue() override;
     void ListCommands() override;
@@ -47,5 +47,5 @@ extern "C" {
 VORMI_API void CommandGlobal(const char* line);
 }
 
-extern CommandSystem* g_commandSystem;
-extern std::vector<std::string> g_commandQueue;
+extern VORMI_API CommandSystem* g_commandSystem;
+extern VORMI_API std::vector<std::string> g_commandQueue;

@@ -1,18 +1,16 @@
-// The engine entry point and the engine-wide state the frame loop shares with the subsystems.
+// The engine-wide state the frame loop shares with the subsystems.
 #pragma once
 
 #include <cstdint>
 
 #include "engine/api.h"
+#include "engine/engine_common.h"
 
 struct SDL_Window;
 class IRenderer;
 class RootPanel;
 
-extern "C" {
-// Runs the engine until a quit is requested. 0 after a normal quit, 1 when start-up failed.
-VORMI_API int EngineMain(void);
-}
+// EngineMain is declared with the host's other entry points in engine/engine_common.h.
 
 // Creates the window and the renderer and publishes "RendererV1". False when start-up must end.
 bool Init_Video();

@@ -19,7 +19,7 @@ struct EngineHooks {
     void (*extra)(IEngineCommon*);  // never called by the engine; the host may call it
 };
 
-class IEngineCommon {
+class VORMI_API IEngineCommon {
 public:
     virtual ~IEngineCommon() {}
     // Copies the three hook pointers; a null record is ignored.
@@ -35,7 +35,7 @@ public:
     virtual RootPanel* GetRootPanel() = 0;
 };
 
-class EngineCommon : public IEngineCommon {
+class VORMI_API EngineCommon : public IEngineCommon {
 public:
     void SetHooks(const EngineHooks* hooks) override;
     void* Find(const char* versionName) override;
@@ -53,4 +53,7 @@ public:
 extern "C" {
 // The address of the engine's single EngineCommon.
 VORMI_API IEngineCommon* GetEngineCommonInterface(void);
+// Runs the engine until a quit is requested: 0 after a normal quit, 1 when start-up failed. Once per
+// process: the subsystems are static objects that are not set up again.
+VORMI_API int EngineMain(void);
 }

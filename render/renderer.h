@@ -14,7 +14,7 @@
 
 struct ModelRecord;
 
-class IRenderer {
+class VORMI_API IRenderer {
 public:
     // Destroys the backend's context and stores the effective scale back into "viewport_scale".
     virtual ~IRenderer() {}
@@ -77,47 +77,47 @@ enum RendererKind : int32_t {
     kRendererVulkan = 5,
 };
 
-extern std::vector<RendererFactory> availableRenderers;
-extern int32_t selectedRendererIndex;
-extern int32_t rendererKind;
+extern VORMI_API std::vector<RendererFactory> availableRenderers;
+extern VORMI_API int32_t selectedRendererIndex;
+extern VORMI_API int32_t rendererKind;
 
 // The effective UI scale: window pixels per UI unit, as UpdateViewportScale last computed it.
-extern float g_viewportScale;
+extern VORMI_API float g_viewportScale;
 
 // Kind code for a renderer name; unknown names give kRendererUnknown.
-int32_t RendererKindFromName(const char* name);
+VORMI_API int32_t RendererKindFromName(const char* name);
 // Picks the renderer from "renderer_type", printing the list and the choice or the fallback.
-void SelectRenderer();
+VORMI_API void SelectRenderer();
 // Replaces g_renderer with the selected renderer, falling back to an SDLRenderer. False if none.
-bool CreateSelectedRenderer();
+VORMI_API bool CreateSelectedRenderer();
 // Cycles "renderer_type" through the available renderers; returns the new name ("" when none).
-std::string SwitchRenderer();
+VORMI_API std::string SwitchRenderer();
 // Stores g_viewportScale into "viewport_scale" (renderer shutdown and destruction).
-void StoreViewportScale();
+VORMI_API void StoreViewportScale();
 // Recomputes the viewport when the window and an initialised renderer exist; otherwise nothing.
-void UpdateViewportIfReady();
+VORMI_API void UpdateViewportIfReady();
 
 // Window pixels to UI units at g_viewportScale, in single precision, truncated toward zero. An
 // unusable scale (zero, or one so small the result leaves the integer range) leaves the pixels as they are.
-int32_t PixelsToUiUnits(int32_t pixels);
+VORMI_API int32_t PixelsToUiUnits(int32_t pixels);
 
 // The scale computation both renderers share. Returns the scale for a window of the given size.
-float ComputeViewportScale(int width, int height, float requested, bool noClamp, bool autoScale);
+VORMI_API float ComputeViewportScale(int width, int height, float requested, bool noClamp, bool autoScale);
 // The device-independent half of UpdateViewportScale: reads the window size into g_windowWidth and
 // g_windowHeight, computes the scale from the cvars into g_viewportScale and returns it.
-float RefreshViewportScale();
+VORMI_API float RefreshViewportScale();
 // Lays the root panel (if any) out at the window size in UI units and tells it it was resized.
-void ResizeRootPanelToWindow();
+VORMI_API void ResizeRootPanelToWindow();
 
 // Float to int toward zero, saturating at the int range; NaN gives 0.
-int32_t TruncToInt(float f);
+VORMI_API int32_t TruncToInt(float f);
 // The head of an arrow from p1 to p2: the point on the shaft where the head starts and the offset of
 // the head's two back corners from it, (base.x - ox, base.y + oy) and (base.x + ox, base.y - oy).
 struct ArrowHead {
     Point base;
     int32_t ox, oy;
 };
-ArrowHead ComputeArrowHead(Point p1, Point p2, int headLength, int headWidth);
+VORMI_API ArrowHead ComputeArrowHead(Point p1, Point p2, int headLength, int headWidth);
 
 // Allocates an SDLRenderer directly, outside the factory list (the creation fallback).
-IRenderer* NewSDLRenderer();
+VORMI_API IRenderer* NewSDLRenderer();

@@ -3,6 +3,8 @@
 // Fonts live in one table addressed by int handles, -1 meaning none. Published as "FontSystemV1".
 #pragma once
 
+#include "engine/api.h"
+
 #include <cstdint>
 #include <string>
 
@@ -26,7 +28,7 @@ struct TextSize {
     int32_t height;
 };
 
-class IFontSystem {
+class VORMI_API IFontSystem {
 public:
     virtual ~IFontSystem() {}
     // Builds a new entry (callers FindFont first); -1 on failure, silently.
@@ -42,4 +44,4 @@ public:
     virtual int CharsThatFit(const char* text, FontRecord* font, int maxWidth) = 0;
 };
 
-extern IFontSystem* g_fontSystem;
+extern VORMI_API IFontSystem* g_fontSystem;

@@ -4,6 +4,8 @@
 // freed 30 seconds later by Collect, which looks at one entry per frame. Published as "TextureMgrV1".
 #pragma once
 
+#include "engine/api.h"
+
 #include <SDL.h>
 
 #include <cstdint>
@@ -11,7 +13,7 @@
 
 #include "render/draw_types.h"
 
-class ITextureMgr {
+class VORMI_API ITextureMgr {
 public:
     virtual ~ITextureMgr() {}
     // Creates the fallback as entry 0; false if that failed.
@@ -42,11 +44,11 @@ public:
 };
 
 // Backslashes to '/', runs of separators collapsed, one leading "./" removed.
-std::string NormalizeAssetName(const std::string& name);
+VORMI_API std::string NormalizeAssetName(const std::string& name);
 
 // Milliseconds on the clock that release deadlines of textures and models are measured on.
 // SDL_GetTicks64 unless a test installs its own source.
 typedef uint64_t (*ResourceTickSource)();
-extern ResourceTickSource g_resourceTicks;
+extern VORMI_API ResourceTickSource g_resourceTicks;
 
-extern ITextureMgr* g_textureMgr;
+extern VORMI_API ITextureMgr* g_textureMgr;

@@ -93,4 +93,4 @@ public:
 
 // The widget factory: a new panel of the named type ("Panel", "Label", "Button", ...), named after the
 // type; null for any other name.
-Panel* CreateWidget(const std::string& typeName);
+VORMI_API Panel* CreateWidget(const std::string& typeName);

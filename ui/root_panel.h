@@ -60,9 +60,9 @@ VORMI_API void TogglePanel(Panel* panel);
 VORMI_API void CentreInParent(Panel* panel);
 // Moves the panel to (homeX, homeY) when its rectangle lies wholly outside the root panel's, so a window
 // dragged away comes back when it is opened again. Nothing without a root.
-void KeepOnRoot(Panel* panel, int32_t homeX, int32_t homeY);
+VORMI_API void KeepOnRoot(Panel* panel, int32_t homeX, int32_t homeY);
 
 // Builds the root and its layers at start-up, sized to the window in UI units; stores g_rootPanel.
-void CreateRootPanel();
+VORMI_API void CreateRootPanel();
 // Destroys the root and everything under it; clears g_rootPanel.
-void DestroyRootPanel();
+VORMI_API void DestroyRootPanel();

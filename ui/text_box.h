@@ -101,20 +101,20 @@ private:
 };
 
 // The look both text boxes start with: 108 x 28, white, bordered, taking the mouse.
-void SetTextBoxDefaults(Panel* box);
+VORMI_API void SetTextBoxDefaults(Panel* box);
 // Keeps SDL text input on while the box is active and answers a cancel request; returns whether the
 // box is still active. An inactive box leaves a pending cancel for the one that is editing.
-bool HoldTextInput(bool active);
+VORMI_API bool HoldTextInput(bool active);
 // The handle of the font at that size and colours, loaded from path when it is not cached yet;
 // kNoFont when it cannot be loaded.
-uint32_t FindOrLoadFont(const std::string& font, const std::string& path, int32_t size, Color color,
+VORMI_API uint32_t FindOrLoadFont(const std::string& font, const std::string& path, int32_t size, Color color,
                         Color backColor);
 // How many leading characters of text lie left of x pixels, rounded to the nearer character boundary.
-int32_t CharsBeforeX(FontRecord* font, const char* text, int32_t x);
+VORMI_API int32_t CharsBeforeX(FontRecord* font, const char* text, int32_t x);
 // The value pulled into the int32 range; sizes from scripts may be extreme, and their sums must not
 // overflow.
-int32_t SaturateInt32(int64_t value);
+VORMI_API int32_t SaturateInt32(int64_t value);
 // Width of count bytes of text from start on in the font, measured without allocating once scratch has
 // grown to the text's size. 0 without a font or for an empty range.
-int32_t MeasureTextRange(FontRecord* font, const std::string& text, size_t start, size_t count,
+VORMI_API int32_t MeasureTextRange(FontRecord* font, const std::string& text, size_t start, size_t count,
                          std::string& scratch);

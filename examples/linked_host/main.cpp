@@ -9,7 +9,6 @@
 #include "console/command_system.h"
 #include "console/cvar.h"
 #include "engine/console_output.h"
-#include "engine/engine.h"
 #include "engine/engine_common.h"
 #include "render/renderer.h"
 #include "resources/texture_mgr.h"

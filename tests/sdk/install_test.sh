@@ -38,27 +38,31 @@ for h in $headers; do
   printf '#include "%s"\n' "${h#./}" | g++ -std=c++17 -fsyntax-only -Wall -Wextra $cflags -x c++ - \
     || fail "$h does not compile alone"
 done
-unexported=$(cd "$prefix/include/vormi" && grep -nE '^class [A-Za-z_]+( final)? *(:|\{|$)|^extern [^"]|^[A-Za-z_][A-Za-z0-9_:<>*& ]* [*&]?[A-Za-z_][A-Za-z0-9_]*\(.*\)( const)?;' $headers \
-  | grep -v 'VORMI_API\|^[^:]*:[0-9]*:\(inline\|typedef\|static\|using\|template\)' || true)
+unexported=$(cd "$prefix/include/vormi" && grep -nE '^class [A-Za-z_]+( final)? *(:|\{|$)|^extern [^"]|^[A-Za-z_][A-Za-z0-9_:<>,*& ]*[ *&][A-Za-z_][A-Za-z0-9_]*\(' $headers \
+  | grep -vE 'VORMI_API|^[^:]*:[0-9]*:(inline|typedef|static|using|template|enum|struct|return) ' || true)
 [ -z "$unexported" ] || fail "declared in an installed header but not exported:
 $unexported"
 
 # The library exports what those headers declare and nothing else (template instances of the standard
 # library are the compiler's, copied into every module that uses them).
-public=$(cd "$prefix/include/vormi" && grep -ohE 'VORMI_API [A-Za-z_][A-Za-z0-9_*& ]*' $headers \
-  | awk '{ n = $NF; gsub(/[*&]/, "", n); print n }' | sort -u)
+public=$(cd "$prefix/include/vormi" && { grep -ohE '^class VORMI_API [A-Za-z_]+' $headers | cut -d' ' -f3
+  grep -ohE '^(extern )?VORMI_API [^(;]*' $headers | awk '{ print $NF }'; } | sort -u)
 nm -D --defined-only -C "$prefix/lib/libVormiEngine.so" | cut -d' ' -f3- \
-  | grep -vE '^(void |.* )?(std::|__gnu_cxx::)|^_(init|fini)$|^(_edata|_end|__bss_start)$' >"$tmp/exports"
+  | grep -vE '^([^(]* )?(std::|__gnu_cxx::)|^_(init|fini)$|^(_edata|_end|__bss_start)$' >"$tmp/exports"
 stray=$(while read -r sym; do
   name=${sym#vtable for }; name=${name#typeinfo name for }; name=${name#typeinfo for }
-  name=${name%%(*}; name=${name%%::*}
+  name=${name%%(*}; name=${name%%::*}; name=${name%%\[*}
   grep -qxF -- "$name" <<<"$public" || echo "$sym"
 done <"$tmp/exports")
 [ -z "$stray" ] || fail "exported but not in an installed header:
 $stray"
 for name in $public; do
-  grep -qE "^(vtable for |typeinfo for )?$name(\(|::|\$)" "$tmp/exports" || fail "$name is declared VORMI_API but not exported"
+  grep -qE "^(vtable for |typeinfo for )?$name(\(|::|\[|\$)" "$tmp/exports" || fail "$name is declared VORMI_API but not exported"
 done
+
+# README prints the minimal example as it is.
+sed -n '/^## SDK/,/^## /p' "$src/README.md" | sed -n '/^```cpp$/,/^```$/p' | sed '1d;$d' >"$tmp/readme_example.cpp"
+diff -u "$src/examples/minimal_host/main.cpp" "$tmp/readme_example.cpp" >&2 || fail "README's example differs from examples/minimal_host"
 
 # A folder like a user's, with the engine's assets and nothing from the source tree.
 mkdir -p "$tmp/run"
