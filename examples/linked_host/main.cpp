@@ -86,6 +86,7 @@ static void OnStart(IEngineCommon* common) {
     ConMsg("linked_host: texture plane.bmp has handle %d\n", s_screen->texture);
     s_screen->SetParent(root->GetLayer(kLayerGameUI));
     ShowPanel(s_screen);
+    root->HideLayer(kLayerMenus);  // the engine opens on its main menu; Escape brings it back
 
     CommandGlobal("hello_host at start");
 }
