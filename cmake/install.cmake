@@ -16,6 +16,7 @@ set(VORMI_PUBLIC_HEADERS
   engine/api.h
   engine/console_output.h
   engine/engine_common.h
+  console/tokenizer.h
   console/command_system.h
   console/cvar.h
   render/draw_types.h
@@ -32,6 +33,7 @@ set(VORMI_PUBLIC_HEADERS
   ui/grab_bar.h
   ui/image_panel.h
   ui/form.h
+  ui/text_edit.h
   ui/text_box.h
   ui/rich_text_box.h
   ui/root_panel.h

@@ -1,4 +1,6 @@
-// The engine-wide state the frame loop shares with the subsystems.
+// The frame loop's own state (EngineMain is declared with the host's entry points in
+// engine/engine_common.h). The loop's other state lives with its owners: the window, its size and the
+// renderer in render/renderer.h, the root panel in ui/root_panel.h.
 #pragma once
 
 #include <cstdint>
@@ -6,22 +8,10 @@
 #include "engine/api.h"
 #include "engine/engine_common.h"
 
-struct SDL_Window;
-class IRenderer;
-class RootPanel;
-
-// EngineMain is declared with the host's other entry points in engine/engine_common.h.
-
 // Creates the window and the renderer and publishes "RendererV1". False when start-up must end.
 bool Init_Video();
 
 extern bool g_quit;
-extern SDL_Window* g_window;
-extern int32_t g_windowWidth;
-extern int32_t g_windowHeight;
-extern IRenderer* g_renderer;
-extern bool g_rendererReady;
-extern RootPanel* g_rootPanel;
 extern uint32_t g_frameDelay;
 extern int32_t g_fps;
 extern uint32_t g_fpsFrames;

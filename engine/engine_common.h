@@ -53,7 +53,8 @@ public:
 extern "C" {
 // The address of the engine's single EngineCommon.
 VORMI_API IEngineCommon* GetEngineCommonInterface(void);
-// Runs the engine until a quit is requested: 0 after a normal quit, 1 when start-up failed. Once per
-// process: the subsystems are static objects that are not set up again.
+// Runs the engine until a quit is requested. 0 after a normal quit, 1 when start-up failed. Call it
+// once per process: the subsystems are static objects that a second run would find in their end state,
+// and the "RendererV1" entry keeps the first run's renderer.
 VORMI_API int EngineMain(void);
 }

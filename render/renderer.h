@@ -54,70 +54,13 @@ public:
     virtual void DrawModel(ModelRecord* model, float px, float py, float pz, float rx, float ry, float rz) = 0;
 };
 
-struct RendererFactory {
-    const char* name;
-    IRenderer* (*create)();
-};
-
-// A static node of the renderer list; each renderer's file declares one. The list is ordered by
-// renderer kind (SDLRenderer, then GLRenderer), not by the order the nodes are constructed in.
-struct RendererFactoryNode {
-    RendererFactoryNode(const char* name, IRenderer* (*create)());
-    RendererFactory factory;
-    RendererFactoryNode* next;
-};
-
-// Renderer kinds, decided from the selected name; they pick the window flags.
-enum RendererKind : int32_t {
-    kRendererUnknown = 0,
-    kRendererSDL = 1,
-    kRendererGL = 2,
-    kRendererGLES = 3,
-    kRendererDX = 4,
-    kRendererVulkan = 5,
-};
-
-extern VORMI_API std::vector<RendererFactory> availableRenderers;
-extern VORMI_API int32_t selectedRendererIndex;
-extern VORMI_API int32_t rendererKind;
+// The one application window, its drawable size in pixels (refreshed by every viewport update), the
+// active renderer (owned) and whether its initialisation succeeded.
+extern VORMI_API SDL_Window* g_window;
+extern VORMI_API int32_t g_windowWidth;
+extern VORMI_API int32_t g_windowHeight;
+extern VORMI_API IRenderer* g_renderer;
+extern VORMI_API bool g_rendererReady;
 
 // The effective UI scale: window pixels per UI unit, as UpdateViewportScale last computed it.
 extern VORMI_API float g_viewportScale;
-
-// Kind code for a renderer name; unknown names give kRendererUnknown.
-VORMI_API int32_t RendererKindFromName(const char* name);
-// Picks the renderer from "renderer_type", printing the list and the choice or the fallback.
-VORMI_API void SelectRenderer();
-// Replaces g_renderer with the selected renderer, falling back to an SDLRenderer. False if none.
-VORMI_API bool CreateSelectedRenderer();
-// Cycles "renderer_type" through the available renderers; returns the new name ("" when none).
-VORMI_API std::string SwitchRenderer();
-// Stores g_viewportScale into "viewport_scale" (renderer shutdown and destruction).
-VORMI_API void StoreViewportScale();
-// Recomputes the viewport when the window and an initialised renderer exist; otherwise nothing.
-VORMI_API void UpdateViewportIfReady();
-
-// Window pixels to UI units at g_viewportScale, in single precision, truncated toward zero. An
-// unusable scale (zero, or one so small the result leaves the integer range) leaves the pixels as they are.
-VORMI_API int32_t PixelsToUiUnits(int32_t pixels);
-
-// The scale computation both renderers share. Returns the scale for a window of the given size.
-VORMI_API float ComputeViewportScale(int width, int height, float requested, bool noClamp, bool autoScale);
-// The device-independent half of UpdateViewportScale: reads the window size into g_windowWidth and
-// g_windowHeight, computes the scale from the cvars into g_viewportScale and returns it.
-VORMI_API float RefreshViewportScale();
-// Lays the root panel (if any) out at the window size in UI units and tells it it was resized.
-VORMI_API void ResizeRootPanelToWindow();
-
-// Float to int toward zero, saturating at the int range; NaN gives 0.
-VORMI_API int32_t TruncToInt(float f);
-// The head of an arrow from p1 to p2: the point on the shaft where the head starts and the offset of
-// the head's two back corners from it, (base.x - ox, base.y + oy) and (base.x + ox, base.y - oy).
-struct ArrowHead {
-    Point base;
-    int32_t ox, oy;
-};
-VORMI_API ArrowHead ComputeArrowHead(Point p1, Point p2, int headLength, int headWidth);
-
-// Allocates an SDLRenderer directly, outside the factory list (the creation fallback).
-VORMI_API IRenderer* NewSDLRenderer();

@@ -43,12 +43,4 @@ public:
     virtual void Collect() = 0;
 };
 
-// Backslashes to '/', runs of separators collapsed, one leading "./" removed.
-VORMI_API std::string NormalizeAssetName(const std::string& name);
-
-// Milliseconds on the clock that release deadlines of textures and models are measured on.
-// SDL_GetTicks64 unless a test installs its own source.
-typedef uint64_t (*ResourceTickSource)();
-extern VORMI_API ResourceTickSource g_resourceTicks;
-
 extern VORMI_API ITextureMgr* g_textureMgr;

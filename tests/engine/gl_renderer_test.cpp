@@ -11,6 +11,7 @@
 #include "console/cvars.h"
 #include "engine/engine.h"
 #include "render/renderer.h"
+#include "render/renderer_backend.h"
 #include "support/engine_fixture.h"
 
 TEST(GLRendererEngine, SelectedByNameDrawsFramesAndASwitchWaitsForTheNextStart) {

@@ -39,13 +39,13 @@ for h in $headers; do
     || fail "$h does not compile alone"
 done
 unexported=$(cd "$prefix/include/vormi" && grep -nE '^class [A-Za-z_]+( final)? *(:|\{|$)|^extern [^"]|^[A-Za-z_][A-Za-z0-9_:<>,*& ]*[ *&][A-Za-z_][A-Za-z0-9_]*\(' $headers \
-  | grep -vE 'VORMI_API|^[^:]*:[0-9]*:(inline|typedef|static|using|template|enum|struct|return) ' || true)
+  | grep -vE 'VORMI_API|\{ *$|^[^:]*:[0-9]*:(inline|typedef|static|using|template|enum|struct|return) ' || true)
 [ -z "$unexported" ] || fail "declared in an installed header but not exported:
 $unexported"
 
 # The library exports what those headers declare and nothing else (template instances of the standard
 # library are the compiler's, copied into every module that uses them).
-public=$(cd "$prefix/include/vormi" && { grep -ohE '^class VORMI_API [A-Za-z_]+' $headers | cut -d' ' -f3
+public=$(cd "$prefix/include/vormi" && { grep -ohE '^(class|struct) VORMI_API [A-Za-z_]+' $headers | cut -d' ' -f3
   grep -ohE '^(extern )?VORMI_API [^(;]*' $headers | awk '{ print $NF }'; } | sort -u)
 nm -D --defined-only -C "$prefix/lib/libVormiEngine.so" | cut -d' ' -f3- \
   | grep -vE '^([^(]* )?(std::|__gnu_cxx::)|^_(init|fini)$|^(_edata|_end|__bss_start)$' >"$tmp/exports"
