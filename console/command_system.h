@@ -18,7 +18,7 @@ typedef void (*CommandFn)(const CommandLine& line);
 
 // One registered command: a static node pushed onto the command list at static initialisation. Names
 // are unique, so the order of the list decides nothing but the help listing, which goes by helpOrder.
-struct CommandReg {
+struct VORMI_API CommandReg {
     CommandReg(const char* name, CommandFn run);
     // A command listed by "list_cmd": its help line, and its place in the listing (lowest first).
     CommandReg(const char* name, CommandFn run, const char* help, int helpOrder);

@@ -68,7 +68,7 @@ extern VORMI_API RootPanel* g_rootPanel;
 // The console is an application panel, above this toolkit; the root's console keys reach it through
 // the hooks the console's file installs (a static node, the last one constructed wins). Without hooks
 // the keys do nothing.
-struct ConsoleHooks {
+struct VORMI_API ConsoleHooks {
     ConsoleHooks(Panel* (*current)(), void (*create)(), void (*applyVisibility)());
 
     Panel* (*current)();        // the console, or null
