@@ -8,7 +8,7 @@
 #include "engine/api.h"
 #include "ui/label.h"
 
-class VORMI_API FPSCounter : public Label {
+class FPSCounter : public Label {
 public:
     explicit FPSCounter(std::string name);
     ~FPSCounter() override;

@@ -9,7 +9,7 @@
 
 class Button;
 
-class VORMI_API MainMenu : public Panel {
+class MainMenu : public Panel {
 public:
     explicit MainMenu(std::string name);
     ~MainMenu() override;

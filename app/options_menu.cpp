@@ -6,6 +6,7 @@
 #include "console/command_system.h"
 #include "console/cvars.h"
 #include "render/renderer.h"
+#include "render/renderer_backend.h"
 #include "ui/button.h"
 #include "ui/root_panel.h"
 #include "ui/text_box.h"

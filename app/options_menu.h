@@ -18,7 +18,7 @@ class Button;
 class TextBox;
 class ToggleButton;
 
-class VORMI_API OptionsMenu : public Form {
+class OptionsMenu : public Form {
 public:
     explicit OptionsMenu(std::string name);
     ~OptionsMenu() override;

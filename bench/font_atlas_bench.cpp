@@ -15,6 +15,7 @@
 
 #include "engine/engine.h"
 #include "render/renderer.h"
+#include "render/renderer_backend.h"
 #include "resources/font_system.h"
 
 namespace {

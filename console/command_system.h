@@ -18,7 +18,7 @@ typedef void (*CommandFn)(const CommandLine& line);
 
 // One registered command: a static node pushed onto the command list at static initialisation. Names
 // are unique, so the order of the list decides nothing but the help listing, which goes by helpOrder.
-struct CommandReg {
+struct VORMI_API CommandReg {
     CommandReg(const char* name, CommandFn run);
     // A command listed by "list_cmd": its help line, and its place in the listing (lowest first).
     CommandReg(const char* name, CommandFn run, const char* help, int helpOrder);
@@ -30,7 +30,7 @@ struct CommandReg {
     CommandReg* next;
 };
 
-class ICommandSystem {
+class VORMI_API ICommandSystem {
 public:
     virtual ~ICommandSystem() {}
     // Runs every line that was queued when the call began, then empties the queue.
@@ -43,7 +43,7 @@ public:
     virtual void SetFallbackHandler(CommandFallbackFn handler) = 0;
 };
 
-class CommandSystem : public ICommandSystem {
+class VORMI_API CommandSystem : public ICommandSystem {
 public:
     void ExecuteQueue() override;
     void ListCommands() override;
@@ -58,5 +58,5 @@ extern "C" {
 VORMI_API void CommandGlobal(const char* line);
 }
 
-extern CommandSystem* g_commandSystem;
-extern std::vector<std::string> g_commandQueue;
+extern VORMI_API CommandSystem* g_commandSystem;
+extern VORMI_API std::vector<std::string> g_commandQueue;

@@ -15,7 +15,7 @@ class Button;
 class RichTextBox;
 class TextBox;
 
-class VORMI_API ConsolePanel : public Form {
+class ConsolePanel : public Form {
 public:
     ConsolePanel();
     ~ConsolePanel() override;

@@ -40,7 +40,7 @@ private:
 // Head of the declaration list (last declared first); RegisterAll walks it.
 VORMI_API CVar* CVarDeclarationHead();
 
-class ICVarInterface {
+class VORMI_API ICVarInterface {
 public:
     virtual ~ICVarInterface() {}
     // Adds every variable on the declaration list from head; a repeated name shares the first's master.
@@ -57,7 +57,7 @@ public:
     virtual bool ParseLine(const std::string& line) = 0;
 };
 
-class CVarInterface : public ICVarInterface {
+class VORMI_API CVarInterface : public ICVarInterface {
 public:
     void RegisterAll(CVar* head) override;
     CVar* Find(const std::string& name) override;
@@ -74,7 +74,7 @@ public:
     std::vector<CVar*> vars;
 };
 
-extern CVarInterface* g_cvars;
+extern VORMI_API CVarInterface* g_cvars;
 
 // Where the engine keeps its settings, relative to the working directory.
-extern const char* const kCVarFilePath;
+extern VORMI_API const char* const kCVarFilePath;

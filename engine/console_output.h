@@ -13,4 +13,4 @@ VORMI_API void SysErrorMsgBox(const char* format, ...) VORMI_PRINTF(1, 2);
 }
 
 // Everything printed since the console panel last drained it.
-extern std::string g_consoleText;
+extern VORMI_API std::string g_consoleText;

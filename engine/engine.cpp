@@ -11,6 +11,7 @@
 #include "engine/registry.h"
 #include "input/input_system.h"
 #include "render/renderer.h"
+#include "render/renderer_backend.h"
 #include "resources/model_mgr.h"
 #include "resources/texture_mgr.h"
 #include "ui/root_panel.h"

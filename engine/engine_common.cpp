@@ -33,6 +33,10 @@ void EngineCommon::CallExtraHook() {
     }
 }
 
+RootPanel* EngineCommon::GetRootPanel() {
+    return rootPanel;
+}
+
 static EngineCommon s_engineCommon;
 EngineCommon* g_engineCommon = &s_engineCommon;
 

@@ -19,7 +19,7 @@ struct EngineHooks {
     void (*extra)(IEngineCommon*);  // never called by the engine; the host may call it
 };
 
-class IEngineCommon {
+class VORMI_API IEngineCommon {
 public:
     virtual ~IEngineCommon() {}
     // Copies the three hook pointers; a null record is ignored.
@@ -30,15 +30,19 @@ public:
     virtual void CallStartHook() = 0;
     virtual void CallFrameHook() = 0;
     virtual void CallExtraHook() = 0;
+    // The root of the interface tree, from just before the start hook runs until shutdown; null
+    // outside that time.
+    virtual RootPanel* GetRootPanel() = 0;
 };
 
-class EngineCommon : public IEngineCommon {
+class VORMI_API EngineCommon : public IEngineCommon {
 public:
     void SetHooks(const EngineHooks* hooks) override;
     void* Find(const char* versionName) override;
     void CallStartHook() override;
     void CallFrameHook() override;
     void CallExtraHook() override;
+    RootPanel* GetRootPanel() override;
 
     RootPanel* rootPanel = nullptr;  // stored by EngineMain just before the start hook runs
     EngineHookFn startHook = nullptr;
@@ -49,4 +53,8 @@ public:
 extern "C" {
 // The address of the engine's single EngineCommon.
 VORMI_API IEngineCommon* GetEngineCommonInterface(void);
+// Runs the engine until a quit is requested. 0 after a normal quit, 1 when start-up failed. Call it
+// once per process: the subsystems are static objects that a second run would find in their end state,
+// and the "RendererV1" entry keeps the first run's renderer.
+VORMI_API int EngineMain(void);
 }

@@ -1,5 +1,6 @@
-// vormi: the engine's host program. It loads libVormiEngine.so from its own directory at run time,
-// installs a start hook and a frame hook that carry out its options, and runs EngineMain.
+// vormi: the engine's host program. It picks the asset folder, loads libVormiEngine.so from its own
+// directory or the install's library folder at run time, installs a start hook and a frame hook that
+// carry out its options, and runs EngineMain.
 
 #include <dlfcn.h>
 #include <unistd.h>
@@ -11,14 +12,23 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "console/cvar.h"
 #include "engine/engine_common.h"
+#include "host/asset_folder.h"
 
 #ifndef VORMI_VERSION
 #define VORMI_VERSION "0.0.0"
+#endif
+// Where an installed host finds the library and the assets, relative to its own folder.
+#ifndef VORMI_LIBDIR_FROM_BINDIR
+#define VORMI_LIBDIR_FROM_BINDIR "../lib"
+#endif
+#ifndef VORMI_ASSETS_FROM_BINDIR
+#define VORMI_ASSETS_FROM_BINDIR "../share/vormi/test"
 #endif
 
 namespace {
@@ -59,9 +69,11 @@ bool g_haveLastFrame = false;
 void PrintUsage(FILE* out) {
     std::fprintf(out,
                  "Usage: vormi [options]\n"
-                 "Runs the engine from the working directory, where the asset tree test/ lives.\n"
+                 "Runs the engine in a folder that holds the asset tree test/: the one given with -C,\n"
+                 "else the working directory when it has test/, else a per-user folder\n"
+                 "($XDG_DATA_HOME/vormi, default ~/.local/share/vormi) made from the installed assets.\n"
                  "\n"
-                 "  -C DIR              change to DIR before starting\n"
+                 "  -C DIR              run in DIR (it holds test/)\n"
                  "  --exec LINE         queue a console command before the first frame (repeatable)\n"
                  "  --set \"NAME VALUE\"  set a console variable at start (repeatable); settings read\n"
                  "                      only at start-up, such as renderer_type, apply at the next start\n"
@@ -137,6 +149,17 @@ std::string OwnDirectory() {
     std::string dir(path);
     const size_t slash = dir.rfind('/');
     return slash == std::string::npos ? std::string(".") : dir.substr(0, slash);
+}
+
+// Beside the host in a build tree; in the install's library folder once installed.
+std::string FindLibrary(const std::string& ownDir) {
+    const std::string beside = ownDir + "/" + kLibraryName;
+    const std::string installed =
+        (std::filesystem::path(ownDir) / VORMI_LIBDIR_FROM_BINDIR / kLibraryName).lexically_normal().string();
+    if (access(beside.c_str(), F_OK) != 0 && access(installed.c_str(), F_OK) == 0) {
+        return installed;
+    }
+    return beside;
 }
 
 bool LoadEngine(const std::string& libraryPath) {
@@ -245,11 +268,24 @@ int main(int argc, char** argv) {
     if (parsed >= 0) {
         return parsed;
     }
-    // Resolve our own directory before -C changes what a relative argv[0] would mean.
-    const std::string libraryPath = OwnDirectory() + "/" + kLibraryName;
-    if (!g_options.workDir.empty() && chdir(g_options.workDir.c_str()) != 0) {
-        std::fprintf(stderr, "vormi: cannot change to %s: %s\n", g_options.workDir.c_str(), std::strerror(errno));
+    const std::string ownDir = OwnDirectory();
+    const std::string libraryPath = FindLibrary(ownDir);
+    const AssetFolder assets = ChooseAssetFolder(g_options.workDir, ownDir + "/" + VORMI_ASSETS_FROM_BINDIR);
+    if (!assets.error.empty()) {
+        std::fprintf(stderr, "%s\n", assets.error.c_str());
         return 2;
+    }
+    if (chdir(assets.path.c_str()) != 0) {
+        std::fprintf(stderr, "vormi: cannot change to %s: %s\n", assets.path.c_str(), std::strerror(errno));
+        return 2;
+    }
+    const std::string missing = CheckAssets();
+    if (!missing.empty()) {
+        std::fprintf(stderr, "%s\n", missing.c_str());
+        return 2;
+    }
+    if (!assets.note.empty()) {
+        std::fprintf(stderr, "%s\n", assets.note.c_str());
     }
     if (!LoadEngine(libraryPath)) {
         return 2;

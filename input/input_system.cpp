@@ -9,6 +9,7 @@
 #include "engine/engine.h"
 #include "engine/registry.h"
 #include "render/renderer.h"
+#include "render/renderer_backend.h"
 
 static const uint8_t kGraveAccent = 0x60;
 // SDL's scancode range; a hand-made event outside it is dropped rather than written past the arrays.

@@ -8,7 +8,7 @@
 
 #include "engine/api.h"
 
-class IInputSystem {
+class VORMI_API IInputSystem {
 public:
     virtual ~IInputSystem() {}
     virtual int EnableRelativeMouse() = 0;   // SDL's result
@@ -46,4 +46,4 @@ public:
     std::string textInput;
 };
 
-extern InputSystem* g_inputSystem;
+extern VORMI_API InputSystem* g_inputSystem;

@@ -6,6 +6,7 @@
 #include "console/cvars.h"
 #include "engine/console_output.h"
 #include "render/renderer.h"
+#include "render/renderer_backend.h"
 #include "render/shader_program.h"
 #include "resources/font_system.h"
 #include "resources/model_mgr.h"

@@ -5,6 +5,7 @@
 #include "engine/engine.h"
 #include "render/gl_renderer.h"
 #include "resources/model_mgr.h"
+#include "render/renderer_backend.h"
 
 void DestroyTextureObjects(Texture& texture) {
     if (texture.sdlTexture) {

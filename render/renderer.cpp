@@ -1,4 +1,5 @@
 #include "render/renderer.h"
+#include "render/renderer_backend.h"
 
 #include <cmath>
 #include <cstring>

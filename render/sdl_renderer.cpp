@@ -5,6 +5,7 @@
 #include "console/cvars.h"
 #include "engine/console_output.h"
 #include "render/renderer.h"
+#include "render/renderer_backend.h"
 #include "resources/font_system.h"
 #include "resources/texture_mgr.h"
 

@@ -2,9 +2,11 @@
 // "./test/tex/" + name and so on, the name appended exactly as given. Published as "FilesystemV1".
 #pragma once
 
+#include "engine/api.h"
+
 #include <string>
 
-class IFileSystem {
+class VORMI_API IFileSystem {
 public:
     virtual ~IFileSystem() {}
     virtual std::string GetTexturePath(const std::string& name) = 0;   // ./test/tex/<name>
@@ -13,7 +15,7 @@ public:
     virtual std::string GetShaderPath(const std::string& name) = 0;    // ./test/shaders/<name>
 };
 
-class FileSystem : public IFileSystem {
+class VORMI_API FileSystem : public IFileSystem {
 public:
     std::string GetTexturePath(const std::string& name) override;
     std::string GetMaterialPath(const std::string& name) override;
@@ -21,4 +23,4 @@ public:
     std::string GetShaderPath(const std::string& name) override;
 };
 
-extern IFileSystem* g_fileSystem;
+extern VORMI_API IFileSystem* g_fileSystem;

@@ -3,6 +3,8 @@
 // Fonts live in one table addressed by int handles, -1 meaning none. Published as "FontSystemV1".
 #pragma once
 
+#include "engine/api.h"
+
 #include <cstdint>
 #include <string>
 
@@ -54,7 +56,7 @@ inline bool HasGlyph(unsigned char c) {
     return c >= 32 && c < 128;
 }
 
-class IFontSystem {
+class VORMI_API IFontSystem {
 public:
     virtual ~IFontSystem() {}
     // Builds a new entry (callers FindFont first); -1 on failure, silently.
@@ -70,4 +72,4 @@ public:
     virtual int CharsThatFit(const char* text, FontRecord* font, int maxWidth) = 0;
 };
 
-extern IFontSystem* g_fontSystem;
+extern VORMI_API IFontSystem* g_fontSystem;

@@ -3,6 +3,8 @@
 // releasing and the delayed collection work as for textures. Published as "ModelMgrV1".
 #pragma once
 
+#include "engine/api.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -36,7 +38,7 @@ struct ModelRecord {
     uint32_t bufferIndexCount = 0;
 };
 
-class IModelMgr {
+class VORMI_API IModelMgr {
 public:
     virtual ~IModelMgr() {}
     // Builds the fallback model as entry 0.
@@ -55,4 +57,4 @@ public:
     virtual void Collect() = 0;
 };
 
-extern IModelMgr* g_modelMgr;
+extern VORMI_API IModelMgr* g_modelMgr;

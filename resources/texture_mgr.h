@@ -4,6 +4,8 @@
 // freed 30 seconds later by Collect, which looks at one entry per frame. Published as "TextureMgrV1".
 #pragma once
 
+#include "engine/api.h"
+
 #include <SDL.h>
 
 #include <cstdint>
@@ -11,7 +13,7 @@
 
 #include "render/draw_types.h"
 
-class ITextureMgr {
+class VORMI_API ITextureMgr {
 public:
     virtual ~ITextureMgr() {}
     // Creates the fallback as entry 0; false if that failed.
@@ -41,4 +43,4 @@ public:
     virtual void Collect() = 0;
 };
 
-extern ITextureMgr* g_textureMgr;
+extern VORMI_API ITextureMgr* g_textureMgr;

@@ -38,4 +38,4 @@ protected:
 
 // Four integers r g b a as the colour keys of a script take them; missing numbers default to 255, 0,
 // 255, 255 position by position.
-Color ReadScriptColor(const std::string& value);
+VORMI_API Color ReadScriptColor(const std::string& value);

@@ -8,6 +8,7 @@
 
 #include "input/input_system.h"
 #include "render/renderer.h"
+#include "render/renderer_backend.h"
 
 RootPanel* g_rootPanel = nullptr;
 const ConsoleHooks* g_consoleHooks = nullptr;

@@ -52,33 +52,33 @@ public:
 
 // The show/hide sequence every panel goes through: set visible; on show call OnShown when the parent
 // is visible; on hide give up focus.
-void ShowPanel(Panel* panel);
-void HidePanel(Panel* panel);
-void TogglePanel(Panel* panel);
+VORMI_API void ShowPanel(Panel* panel);
+VORMI_API void HidePanel(Panel* panel);
+VORMI_API void TogglePanel(Panel* panel);
 // Centres the panel in its parent (half the spare room, toward zero; negative when it is larger) and
 // moves its screen position at once. Nothing without a parent.
-void CentreInParent(Panel* panel);
+VORMI_API void CentreInParent(Panel* panel);
 // Moves the panel to (homeX, homeY) when its rectangle lies wholly outside the root panel's, so a window
 // dragged away comes back when it is opened again. Nothing without a root.
-void KeepOnRoot(Panel* panel, int32_t homeX, int32_t homeY);
+VORMI_API void KeepOnRoot(Panel* panel, int32_t homeX, int32_t homeY);
 
 // The top of the interface tree, or null; owned here from CreateRootPanel to DestroyRootPanel.
-extern RootPanel* g_rootPanel;
+extern VORMI_API RootPanel* g_rootPanel;
 
 // The console is an application panel, above this toolkit; the root's console keys reach it through
 // the hooks the console's file installs (a static node, the last one constructed wins). Without hooks
 // the keys do nothing.
-struct ConsoleHooks {
+struct VORMI_API ConsoleHooks {
     ConsoleHooks(Panel* (*current)(), void (*create)(), void (*applyVisibility)());
 
     Panel* (*current)();        // the console, or null
     void (*create)();           // replaces the console with a new, hidden one
     void (*applyVisibility)();  // after the root set or flipped the console's visible flag
 };
-extern const ConsoleHooks* g_consoleHooks;
+extern VORMI_API const ConsoleHooks* g_consoleHooks;
 
 // Builds the root and its layers at start-up, sized to the window in UI units; stores g_rootPanel. Every
 // viewport update resizes it again. The screens on the layers come from the application.
-void CreateRootPanel();
+VORMI_API void CreateRootPanel();
 // Destroys the root and everything under it; clears g_rootPanel.
-void DestroyRootPanel();
+VORMI_API void DestroyRootPanel();

@@ -3,6 +3,8 @@
 // selection spans, and measuring pieces of text without allocating.
 #pragma once
 
+#include "engine/api.h"
+
 #include <SDL_scancode.h>
 
 #include <cstddef>
@@ -58,7 +60,7 @@ enum CaretMove { kMoveLeft, kMoveRight, kMoveUp, kMoveDown, kMoveHome, kMoveEnd,
 
 // The frame's editing keys, read by SDL scancode. Ctrl and Shift are the left ones. Clipboard,
 // Delete and select-all fire once per press; Return, Backspace and the moves repeat while held.
-struct TextEditKeys {
+struct VORMI_API TextEditKeys {
     bool ctrl = false;
     bool shift = false;
     bool paste = false;  // Ctrl+V, and the clipboard has text
@@ -75,30 +77,30 @@ struct TextEditKeys {
 };
 
 // Shows the caret and restarts its blink (after every edit and caret move).
-void RestartCaretBlink();
+VORMI_API void RestartCaretBlink();
 // Whether the caret is in its shown phase.
-bool CaretVisible();
+VORMI_API bool CaretVisible();
 // Flips the caret when its time has come (once per drawn box is fine: the time moves on).
-void BlinkCaret();
+VORMI_API void BlinkCaret();
 
 // Keeps SDL text input on while the box is active and answers a cancel request; returns whether the
 // box is still active. An inactive box leaves a pending cancel for the one that is editing.
-bool HoldTextInput(bool active);
+VORMI_API bool HoldTextInput(bool active);
 
 // The look both text boxes start with: 108 x 28, white, bordered, taking the mouse.
-void SetTextBoxDefaults(Panel* box);
+VORMI_API void SetTextBoxDefaults(Panel* box);
 // Carriage returns dropped from typed or pasted text.
-void RemoveCarriageReturns(std::string& typed);
+VORMI_API void RemoveCarriageReturns(std::string& typed);
 // The handle of the font at that size and colours, loaded from path when it is not cached yet;
 // kNoFont when it cannot be loaded.
-uint32_t FindOrLoadFont(const std::string& font, const std::string& path, int32_t size, Color color,
+VORMI_API uint32_t FindOrLoadFont(const std::string& font, const std::string& path, int32_t size, Color color,
                         Color backColor);
 // How many leading characters of text lie left of x pixels, rounded to the nearer character boundary.
-int32_t CharsBeforeX(FontRecord* font, const char* text, int32_t x);
+VORMI_API int32_t CharsBeforeX(FontRecord* font, const char* text, int32_t x);
 // The value pulled into the int32 range; sizes from scripts may be extreme, and their sums must not
 // overflow.
-int32_t SaturateInt32(int64_t value);
+VORMI_API int32_t SaturateInt32(int64_t value);
 // Width of count bytes of text from start on in the font, measured without allocating once scratch has
 // grown to the text's size. 0 without a font or for an empty range.
-int32_t MeasureTextRange(FontRecord* font, const std::string& text, size_t start, size_t count,
+VORMI_API int32_t MeasureTextRange(FontRecord* font, const std::string& text, size_t start, size_t count,
                          std::string& scratch);

@@ -9,6 +9,7 @@
 #include "console/command_system.h"
 #include "engine/engine.h"
 #include "render/renderer.h"
+#include "render/renderer_backend.h"
 #include "support/engine_fixture.h"
 
 TEST(GLRendererEngine, SelectedByNameDrawsFramesAndASwitchWaitsForTheNextStart) {

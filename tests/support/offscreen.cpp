@@ -8,6 +8,9 @@
 #include <sstream>
 
 #include "engine/console_output.h"
+#include "engine/engine.h"
+#include "render/renderer.h"
+#include "render/renderer_backend.h"
 #include "resources/handle_table.h"
 #include "resources/model_mgr.h"
 #include "resources/texture_mgr.h"

@@ -8,6 +8,7 @@
 
 #include "engine/engine.h"
 #include "render/renderer.h"
+#include "render/renderer_backend.h"
 #include "support/engine_fixture.h"
 
 // Opaque colours the pixel tests draw and look for.

@@ -12,6 +12,7 @@
 #include "engine/engine.h"
 #include "input/input_system.h"
 #include "render/renderer.h"
+#include "render/renderer_backend.h"
 #include "support/ui_driver.h"
 #include "ui/button.h"
 #include "ui/rich_text_box.h"

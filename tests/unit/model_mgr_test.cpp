@@ -14,6 +14,7 @@
 #include "resources/model_mgr.h"
 #include "resources/texture_mgr.h"
 #include "support/offscreen.h"
+#include "render/renderer_backend.h"
 
 namespace {
 

@@ -11,6 +11,7 @@
 #include "support/engine_fixture.h"
 #include "support/offscreen.h"
 #include "ui/root_panel.h"
+#include "render/renderer_backend.h"
 
 namespace {
 
