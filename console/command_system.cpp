@@ -5,6 +5,7 @@
 #include <locale>
 #include <sstream>
 
+#include "app/model_viewer.h"
 #include "console/cvar.h"
 #include "console/panel_commands.h"
 #include "engine/console_output.h"
@@ -85,6 +86,7 @@ static const BuiltinCommand kBuiltinCommands[] = {
     {"test_create_form", Cmd_TestCreateForm},
     {"test_destroy_panel", Cmd_TestDestroyPanel},
     {"fps", Cmd_Fps},
+    {"view_model", Cmd_ViewModel},
 };
 
 void CommandSystem::ExecuteQueue() {
