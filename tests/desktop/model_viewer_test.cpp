@@ -1,0 +1,46 @@
+#include <gtest/gtest.h>
+
+#include "support/desktop.h"
+
+namespace {
+
+// An 800x600 window lays the interface out in 640x480 units, drawn 1:1 in pixels by the OpenGL
+// renderer: the 480x400 viewer is centred at (80, 40) and its view is the form less title and frame.
+const int kViewCentreX = 80 + 2 + 476 / 2;
+const int kViewCentreY = 40 + 27 + 371 / 2;
+const int kProbe = 15;  // inside each quarter of the sample plane, which fills most of the view
+
+class ModelViewerDesktop : public DesktopTest {};
+
+TEST_F(ModelViewerDesktop, SampleShowsItsTextureAndADragTurnsIt) {
+    // Nearest filtering keeps each texel's colour whole, so every quarter of the plane is one colour.
+    Start({"--view", dir_.path() + "/test/models/plane.vmdl"},
+          "renderer_type \"GLRenderer\"\nfilter_textures \"0\"\nwindow_width \"800\"\nwindow_height \"600\"\n");
+    const struct {
+        int dx, dy;
+        RGB colour;
+    } quarters[] = {{-kProbe, -kProbe, {255, 0, 0}}, {kProbe, -kProbe, {0, 255, 0}},
+                    {-kProbe, kProbe, {0, 0, 255}}, {kProbe, kProbe, {255, 255, 255}}};
+    for (const auto& q : quarters) {
+        EXPECT_TRUE(Shows(kViewCentreX + q.dx, kViewCentreY + q.dy, q.colour, "texel of plane.bmp"));
+    }
+    const Image before = desk_->Capture(window_);
+    desk_->MouseMove(window_, kViewCentreX, kViewCentreY);
+    SleepSeconds(0.15);
+    desk_->MouseDown();
+    for (int step = 1; step <= 4; ++step) {
+        desk_->MouseMove(window_, kViewCentreX + 30 * step, kViewCentreY + 10 * step);
+        SleepSeconds(0.1);
+    }
+    desk_->MouseUp();
+    const Image after = desk_->Capture(window_);
+    int changed = 0;
+    for (const auto& q : quarters) {
+        changed += before.At(kViewCentreX + 3 * q.dx, kViewCentreY + 3 * q.dy) !=
+                   after.At(kViewCentreX + 3 * q.dx, kViewCentreY + 3 * q.dy);
+    }
+    EXPECT_GE(changed, 2) << "the drag left the plane where it was";
+    Close();
+}
+
+}  // namespace
