@@ -7,6 +7,7 @@
 
 #include <SDL.h>
 #include <SDL_image.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -77,6 +78,34 @@ private:
     std::vector<std::pair<std::string, std::string>> outputs_;
 };
 
+// The image libraries print their own warnings on stderr; a bad input must make exactly one line.
+class QuietStderr {
+public:
+    QuietStderr() : saved_(dup(2)) {
+        const int null = open("/dev/null", O_WRONLY);
+        if (null >= 0) {
+            dup2(null, 2);
+            close(null);
+        }
+    }
+    ~QuietStderr() {
+        if (saved_ >= 0) {
+            dup2(saved_, 2);
+            close(saved_);
+        }
+    }
+    QuietStderr(const QuietStderr&) = delete;
+    QuietStderr& operator=(const QuietStderr&) = delete;
+
+private:
+    int saved_;
+};
+
+SDL_Surface* LoadImage(const std::string& path) {
+    QuietStderr quiet;
+    return IMG_Load(path.c_str());
+}
+
 std::string DirectoryOf(const std::string& path) {
     const size_t slash = path.rfind('/');
     return slash == std::string::npos ? std::string(".") : path.substr(0, slash);
@@ -129,7 +158,7 @@ bool ConvertTexture(const std::string& in, const std::string& out, Failure& fail
     if (!CheckReadable(in, failure)) {
         return false;
     }
-    SDL_Surface* image = IMG_Load(in.c_str());
+    SDL_Surface* image = LoadImage(in);
     if (!image) {
         failure = {in, std::string("not an image this tool reads (") + IMG_GetError() + ")"};
         return false;
@@ -162,6 +191,7 @@ SDL_Surface* LoadMaterialImage(const aiScene* scene, const aiMaterial* material,
     source = path.C_Str();
     if (const aiTexture* embedded = scene->GetEmbeddedTexture(path.C_Str())) {
         if (embedded->mHeight == 0) {
+            QuietStderr quiet;
             SDL_RWops* rw = SDL_RWFromConstMem(embedded->pcData, static_cast<int>(embedded->mWidth));
             return IMG_Load_RW(rw, 1);
         }
@@ -179,7 +209,7 @@ SDL_Surface* LoadMaterialImage(const aiScene* scene, const aiMaterial* material,
         }
     }
     source = !source.empty() && source[0] == '/' ? source : modelDir + "/" + source;
-    return IMG_Load(source.c_str());
+    return LoadImage(source);
 }
 
 // A 1x1 image of the material's colour, for materials without an image.
