@@ -142,13 +142,16 @@ TEST_F(Convert, ObjAndGltfLoadThroughTheModelManager) {
         for (const ModelVertex& v : model->vertices) {
             EXPECT_FLOAT_EQ(v.nx * v.nx + v.ny * v.ny + v.nz * v.nz, 1.0f) << "generated normals are unit length";
         }
+        int corners = 0;
         for (const ModelVertex& v : model->vertices) {
             // The cube's front face has vt 0 0 at (-1, -1): the image's bottom row, so v = 1 here.
-            if (c.vertices == 24 && v.px == -1 && v.py == -1 && v.pz == 3 && v.nz == 1) {
+            if (v.px == -1 && v.py == -1 && v.pz == 3 && v.nz == 1) {
+                ++corners;
                 EXPECT_EQ(v.u, 0.0f);
                 EXPECT_EQ(v.v, 1.0f);
             }
         }
+        EXPECT_EQ(corners, c.vertices == 24 ? 1 : 0);
         EXPECT_GT(model->textureHandles[0], 0);
         EXPECT_EQ(PixelsOf(SDL_LoadBMP(("test/tex/" + bmp).c_str())), c.texture);
     }
