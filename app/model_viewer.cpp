@@ -114,7 +114,10 @@ void Cmd_ViewModel(const CommandLine& line) {
     if (!viewer) {
         viewer = new ModelViewer();
         viewer->SetParent(layer);
-        CentreInParent(viewer);
+        // Centred on the root, which the layer always covers: in the first frames the layer still has
+        // the size it was made with.
+        viewer->x = (g_rootPanel->width - viewer->width) / 2;
+        viewer->y = (g_rootPanel->height - viewer->height) / 2;
     }
     viewer->ShowModel(line.args);
     // The menus layer sits in front of the game UI and takes the mouse: the model is what was asked for.

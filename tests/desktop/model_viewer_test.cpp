@@ -4,10 +4,9 @@
 
 namespace {
 
-// An 800x600 window lays the interface out in 640x480 units, drawn 1:1 in pixels by the OpenGL
-// renderer: the 480x400 viewer is centred at (80, 40) and its view is the form less title and frame.
-const int kViewCentreX = 80 + 2 + 476 / 2;
-const int kViewCentreY = 40 + 27 + 371 / 2;
+// The 480x400 viewer opens centred on the 800x600 window; its view is the form less title and frame.
+const int kViewCentreX = 160 + 2 + 476 / 2;
+const int kViewCentreY = 100 + 27 + 371 / 2;
 const int kProbe = 15;  // inside each quarter of the sample plane, which fills most of the view
 
 class ModelViewerDesktop : public DesktopTest {};
