@@ -65,31 +65,20 @@ const char* const kCubeObj =
     "vt 0 0\nvt 1 0\nvt 1 1\nvt 0 1\nusemtl skin\nf 5/1 6/2 7/3 8/4\nf 2/1 1/2 4/3 3/4\nf 6/1 2/2 3/3 7/4\n"
     "f 1/1 5/2 8/3 4/4\nf 8/1 7/2 3/3 4/4\nf 1/1 2/2 6/3 5/4\n";
 
-// One quad, two triangles over four vertices, no normals, coloured by its material only.
-std::string QuadGltf() {
+// One quad, two triangles over four vertices, no normals, coloured by its material only; its buffer
+// is the file quad.bin beside it.
+std::string QuadBuffer() {
     const float positions[12] = {0, 0, 0, 2, 0, 0, 2, 1, 0, 0, 1, 0};
     const uint16_t indices[6] = {0, 1, 2, 0, 2, 3};
-    std::string buffer(reinterpret_cast<const char*>(positions), sizeof(positions));
-    buffer.append(reinterpret_cast<const char*>(indices), sizeof(indices));
-    static const char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string base64;
-    for (size_t i = 0; i < buffer.size(); i += 3) {
-        uint32_t n = uint8_t(buffer[i]) << 16;
-        n |= i + 1 < buffer.size() ? uint8_t(buffer[i + 1]) << 8 : 0;
-        n |= i + 2 < buffer.size() ? uint8_t(buffer[i + 2]) : 0;
-        for (size_t k = 0; k < 4; ++k) {
-            base64 += i + k <= buffer.size() ? kAlphabet[(n >> (18 - 6 * k)) & 63] : '=';
-        }
-    }
-    return R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0]}],"nodes":[{"mesh":0}],
+    return std::string(reinterpret_cast<const char*>(positions), sizeof(positions)) +
+           std::string(reinterpret_cast<const char*>(indices), sizeof(indices));
+}
+const char* const kQuadGltf = R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0]}],"nodes":[{"mesh":0}],
 "meshes":[{"primitives":[{"attributes":{"POSITION":0},"indices":1,"material":0}]}],
-"materials":[{"pbrMetallicRoughness":{"baseColorFactor":[1,0.5,0,1]}}],
-"buffers":[{"byteLength":60,"uri":"data:application/octet-stream;base64,)" +
-           base64 + R"("}],
+"materials":[{"pbrMetallicRoughness":{"baseColorFactor":[1,0.5,0,1]}}],"buffers":[{"byteLength":60,"uri":"quad.bin"}],
 "bufferViews":[{"buffer":0,"byteOffset":0,"byteLength":48},{"buffer":0,"byteOffset":48,"byteLength":12}],
 "accessors":[{"bufferView":0,"componentType":5126,"count":4,"type":"VEC3","min":[0,0,0],"max":[2,1,0]},
 {"bufferView":1,"componentType":5123,"count":6,"type":"SCALAR"}]})";
-}
 
 class Convert : public OffscreenTest {
 protected:
@@ -106,7 +95,8 @@ TEST_F(Convert, ObjAndGltfLoadThroughTheModelManager) {
     SDL_Surface* skin = TestImage();
     ASSERT_EQ(IMG_SavePNG(skin, "in/skin.png"), 0);
     SDL_FreeSurface(skin);
-    dir_.WriteFile("in/quad.gltf", QuadGltf());
+    dir_.WriteFile("in/quad.gltf", kQuadGltf);
+    dir_.WriteFile("in/quad.bin", QuadBuffer());
     const struct {
         const char* in;
         const char* name;

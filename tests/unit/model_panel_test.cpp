@@ -46,10 +46,8 @@ protected:
         view_->x = 50;
         view_->y = 20;
         top_->AddChild(view_);
-        for (const char* line : {"model plane.vmdl", "texture plane.bmp", "spin 0"}) {
-            const std::string text = line;
-            view_->SetProperty(text.substr(0, text.find(' ')), text.substr(text.find(' ') + 1));
-        }
+        view_->SetProperty("model", "plane.vmdl");
+        view_->SetProperty("texture", "plane.bmp");
         Step(0, 0, false);
         Step(0, 0, false);
     }
