@@ -1,9 +1,8 @@
 #include "resources/model_file.h"
 
 #include <cmath>
+#include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 
 namespace {
 
@@ -137,12 +136,20 @@ bool DecodeModelFile(const std::string& bytes, ModelFileContents& contents, std:
 }
 
 bool ReadWholeFile(const std::string& path, std::string& bytes) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
+    // stdio rather than a stream: reading a folder must fail, not throw.
+    FILE* f = std::fopen(path.c_str(), "rb");
+    if (!f) {
         return false;
     }
-    bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    return !in.bad();
+    bytes.clear();
+    char buffer[65536];
+    size_t n;
+    while ((n = std::fread(buffer, 1, sizeof(buffer), f)) > 0) {
+        bytes.append(buffer, n);
+    }
+    const bool ok = !std::ferror(f);
+    std::fclose(f);
+    return ok;
 }
 
 ModelBounds VertexBounds(const std::vector<ModelVertex>& vertices) {

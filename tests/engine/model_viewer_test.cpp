@@ -101,6 +101,8 @@ TEST(ModelViewerEngine, HostViewsAModelFromAnywhereWithItsTexturesBesideIt) {
     dir.WriteFile("elsewhere/broken.obj", "nothing here\n");
     EXPECT_EQ(ViewWithHost(dir, dir.path() + "/elsewhere/broken.obj", &out), 1);
     EXPECT_NE(out.find("vormi-convert: "), std::string::npos) << out;
+    EXPECT_EQ(ViewWithHost(dir, dir.path() + "/elsewhere", &out), 1) << "a folder is refused, not read";
+    EXPECT_NE(out.find("cannot be read"), std::string::npos) << out;
     EXPECT_EQ(ViewWithHost(dir, "no/such.obj", &out), 1);
     EXPECT_NE(out.find("vormi: --view no/such.obj: No such file or directory"), std::string::npos) << out;
 }
