@@ -212,10 +212,10 @@ SDL_Surface* LoadMaterialImage(const aiScene* scene, const aiMaterial* material,
     return LoadImage(source);
 }
 
-// A 1x1 image of the material's colour, for materials without an image.
+// A 1x1 image of the material's colour (white without a material), for materials without an image.
 SDL_Surface* MaterialColourImage(const aiMaterial* material) {
     aiColor4D colour(1.0f, 1.0f, 1.0f, 1.0f);
-    if (material->Get(AI_MATKEY_BASE_COLOR, colour) != AI_SUCCESS) {
+    if (material && material->Get(AI_MATKEY_BASE_COLOR, colour) != AI_SUCCESS) {
         material->Get(AI_MATKEY_COLOR_DIFFUSE, colour);
     }
     SDL_Surface* pixel = SDL_CreateRGBSurfaceWithFormat(0, 1, 1, 24, SDL_PIXELFORMAT_BGR24);
@@ -324,8 +324,8 @@ private:
         }
         std::string source;
         SDL_Surface* image = nullptr;
-        if (materialIndex < scene->mNumMaterials) {
-            const aiMaterial* material = scene->mMaterials[materialIndex];
+        const aiMaterial* material = materialIndex < scene->mNumMaterials ? scene->mMaterials[materialIndex] : nullptr;
+        if (material) {
             image = LoadMaterialImage(scene, material, DirectoryOf(in_), source);
             if (!image && !source.empty()) {
                 std::fprintf(stderr, "vormi-convert: %s: image %s cannot be read (%s); using the material's colour\n",
@@ -337,10 +337,10 @@ private:
                 byMaterial_[materialIndex] = shared->second;
                 return shared->second;
             }
-            if (!image) {
-                image = MaterialColourImage(material);
-                source.clear();
-            }
+        }
+        if (!image) {
+            image = MaterialColourImage(material);
+            source.clear();
         }
         const int32_t index = static_cast<int32_t>(contents_.textureNames.size());
         contents_.textureNames.push_back(StemOf(out_) + "_" + std::to_string(index) + ".bmp");
