@@ -73,6 +73,8 @@ ModelViewer::ModelViewer() : Form(kModelViewerName) {
     view->SetParent(this);
     resizeGrip = new ResizeGrip();
     resizeGrip->SetParent(this);
+    // A z-group of its own in front: a click on the view raises the view only within its group.
+    resizeGrip->SetZPos(-1);
     width = kViewerWidth;
     height = kViewerHeight;
     OnResized();
