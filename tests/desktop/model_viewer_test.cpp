@@ -11,7 +11,7 @@ const int kProbe = 15;  // inside each quarter of the sample plane, which fills 
 
 class ModelViewerDesktop : public DesktopTest {};
 
-TEST_F(ModelViewerDesktop, SampleShowsItsTextureAndADragTurnsIt) {
+TEST_F(ModelViewerDesktop, SampleShowsItsTextureADragTurnsItAndCloseRemovesIt) {
     // Nearest filtering keeps each texel's colour whole, so every quarter of the plane is one colour.
     Start({"--view", dir_.path() + "/test/models/plane.vmdl"},
           "renderer_type \"GLRenderer\"\nfilter_textures \"0\"\nwindow_width \"800\"\nwindow_height \"600\"\n");
@@ -39,6 +39,8 @@ TEST_F(ModelViewerDesktop, SampleShowsItsTextureAndADragTurnsIt) {
                    after.At(kViewCentreX + 3 * q.dx, kViewCentreY + 3 * q.dy);
     }
     EXPECT_GE(changed, 2) << "the drag left the plane where it was";
+    desk_->Click(window_, 160 + 480 - 25, 100 + 12);
+    EXPECT_TRUE(Shows(kViewCentreX, kViewCentreY, RGB{128, 128, 128}, "clear colour once Close was clicked"));
     Close();
 }
 
