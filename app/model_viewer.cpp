@@ -4,7 +4,6 @@
 
 #include "console/command_system.h"
 #include "engine/console_output.h"
-#include "engine/engine.h"
 #include "input/input_system.h"
 #include "ui/button.h"
 #include "ui/grab_bar.h"
@@ -127,3 +126,5 @@ void Cmd_ViewModel(const CommandLine& line) {
     ShowPanel(viewer);
     viewer->BringToFront();
 }
+
+static CommandReg s_viewModelCommand("view_model", Cmd_ViewModel);

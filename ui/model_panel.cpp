@@ -7,12 +7,12 @@
 #include <sstream>
 #include <utility>
 
-#include "engine/engine.h"
 #include "input/input_system.h"
 #include "render/model_fixed_draw.h"
 #include "render/renderer.h"
 #include "resources/file_system.h"
 #include "resources/font_system.h"
+#include "resources/handle_table.h"
 #include "resources/model_file.h"
 #include "resources/texture_mgr.h"
 #include "ui/label.h"

@@ -11,6 +11,7 @@
 #include "engine/engine.h"
 #include "render/renderer.h"
 #include "render/shader_program.h"
+#include "resources/handle_table.h"
 #include "resources/model_mgr.h"
 #include "resources/texture_mgr.h"
 #include "support/desktop.h"
