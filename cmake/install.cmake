@@ -37,6 +37,7 @@ set(VORMI_PUBLIC_HEADERS
   ui/text_box.h
   ui/rich_text_box.h
   ui/root_panel.h
+  ui/model_panel.h
   ui/widget_factory.h)
 foreach(header IN LISTS VORMI_PUBLIC_HEADERS)
   get_filename_component(dir ${header} DIRECTORY)
@@ -54,7 +55,7 @@ set_target_properties(VormiEngine PROPERTIES EXPORT_NAME Engine)
 set_target_properties(VormiHeaders PROPERTIES EXPORT_NAME Headers)
 install(TARGETS VormiEngine VormiHeaders EXPORT VormiEngineTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(TARGETS vormi RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS vormi vormi-convert RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
 set(VORMI_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/VormiEngine)
 install(EXPORT VormiEngineTargets NAMESPACE Vormi:: DESTINATION ${VORMI_CMAKE_DIR})
@@ -78,7 +79,7 @@ install(DIRECTORY test/ DESTINATION ${CMAKE_INSTALL_DATADIR}/vormi/test
   PATTERN "cvars.txt*" EXCLUDE
   PATTERN "con_history.txt*" EXCLUDE
   PATTERN "binds.cfg*" EXCLUDE)
-install(FILES docs/sdk.md docs/formats.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES docs/sdk.md docs/formats.md docs/assets.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 set(CPACK_PACKAGE_NAME vormi-engine)
@@ -91,7 +92,7 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "libsdl2-2.0-0 (>= 2.0.18), libsdl2-ttf-2.0-0 (>= 2.20.0), libgl1")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libsdl2-2.0-0 (>= 2.0.18), libsdl2-ttf-2.0-0 (>= 2.20.0), libgl1, libsdl2-image-2.0-0, libassimp5")
 # What building a host against the headers and the CMake or pkg-config files needs.
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "libsdl2-dev, libsdl2-ttf-dev, libgl-dev, pkg-config, cmake, g++")
 include(CPack)

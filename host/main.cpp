@@ -19,6 +19,7 @@
 #include "console/cvar.h"
 #include "engine/engine_common.h"
 #include "host/asset_folder.h"
+#include "host/view_file.h"
 
 #ifndef VORMI_VERSION
 #define VORMI_VERSION "0.0.0"
@@ -45,6 +46,7 @@ struct Options {
     std::string workDir;
     std::vector<std::string> execLines;
     std::vector<std::string> setLines;
+    std::string viewFile;
     long frames = 0;  // 0: run until the user quits
     bool stats = false;
 };
@@ -78,6 +80,7 @@ void PrintUsage(FILE* out) {
                  "  --set \"NAME VALUE\"  set a console variable at start (repeatable); settings read\n"
                  "                      only at start-up, such as renderer_type, apply at the next start\n"
                  "  --frames N          quit in an orderly way after N frames\n"
+                 "  --view FILE         open the model viewer on FILE (any 3D format vormi-convert reads)\n"
                  "  --stats             print frame count, mean and median frame time and FPS at exit\n"
                  "  --version           print the version and exit\n"
                  "  --help              print this help and exit\n");
@@ -112,7 +115,7 @@ int ParseOptions(int argc, char** argv) {
             g_options.stats = true;
             continue;
         }
-        if (arg == "-C" || arg == "--exec" || arg == "--set" || arg == "--frames") {
+        if (arg == "-C" || arg == "--exec" || arg == "--set" || arg == "--frames" || arg == "--view") {
             const char* value = needValue(arg.c_str());
             if (!value) {
                 return UsageError("missing value for option", arg.c_str());
@@ -123,6 +126,8 @@ int ParseOptions(int argc, char** argv) {
                 g_options.execLines.push_back(value);
             } else if (arg == "--set") {
                 g_options.setLines.push_back(value);
+            } else if (arg == "--view") {
+                g_options.viewFile = value;
             } else {
                 char* end = nullptr;
                 errno = 0;
@@ -270,6 +275,16 @@ int main(int argc, char** argv) {
     }
     const std::string ownDir = OwnDirectory();
     const std::string libraryPath = FindLibrary(ownDir);
+    // The file is named relative to where vormi was started, not to the asset folder.
+    std::string viewFile;
+    if (!g_options.viewFile.empty()) {
+        char resolved[PATH_MAX];
+        if (!realpath(g_options.viewFile.c_str(), resolved)) {
+            std::fprintf(stderr, "vormi: --view %s: %s\n", g_options.viewFile.c_str(), std::strerror(errno));
+            return 1;
+        }
+        viewFile = resolved;
+    }
     const AssetFolder assets = ChooseAssetFolder(g_options.workDir, ownDir + "/" + VORMI_ASSETS_FROM_BINDIR);
     if (!assets.error.empty()) {
         std::fprintf(stderr, "%s\n", assets.error.c_str());
@@ -286,6 +301,14 @@ int main(int argc, char** argv) {
     }
     if (!assets.note.empty()) {
         std::fprintf(stderr, "%s\n", assets.note.c_str());
+    }
+    if (!viewFile.empty()) {
+        std::string modelName;
+        std::atexit(CleanUpView);
+        if (!PrepareView(viewFile, ownDir, modelName)) {
+            return 1;
+        }
+        g_options.execLines.insert(g_options.execLines.begin(), "view_model \"" + modelName + "\"");
     }
     if (!LoadEngine(libraryPath)) {
         return 2;

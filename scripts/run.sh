@@ -8,7 +8,7 @@ root=$(pwd)
 
 scripts/deps.sh
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build -j "$(nproc 2>/dev/null || echo 2)" --target vormi VormiEngine vormi-close
+cmake --build build -j "$(nproc 2>/dev/null || echo 2)" --target vormi VormiEngine vormi-convert vormi-close
 
 if [ -n "${DISPLAY:-}" ]; then
   exec build/vormi -C "$root" "$@"

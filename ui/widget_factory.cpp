@@ -4,6 +4,7 @@
 #include "ui/grab_bar.h"
 #include "ui/image_panel.h"
 #include "ui/label.h"
+#include "ui/model_panel.h"
 #include "ui/rich_text_box.h"
 #include "ui/text_box.h"
 #include "ui/toggle_button.h"
@@ -29,6 +30,7 @@ const WidgetType kWidgetTypes[] = {
     {"ToggleButton", Make<ToggleButton>},
     {"TextBox", Make<TextBox>},
     {"RichTextBox", Make<RichTextBox>},
+    {"ModelPanel", Make<ModelPanel>},
 };
 
 }  // namespace

@@ -7,6 +7,6 @@
 
 #include "ui/panel.h"
 
-// "Panel", "GrabBar", "ImagePanel", "Label", "Button", "ToggleButton", "TextBox" or "RichTextBox" (exact,
-// case-sensitive); null for any other name. The caller owns the result.
+// "Panel", "GrabBar", "ImagePanel", "Label", "Button", "ToggleButton", "TextBox", "RichTextBox" or
+// "ModelPanel" (exact, case-sensitive); null for any other name. The caller owns the result.
 VORMI_API Panel* CreateWidget(const std::string& typeName);

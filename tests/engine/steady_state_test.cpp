@@ -35,6 +35,7 @@ static long SteadyFrameAllocations(const std::string& cvars) {
     RunEngine([&](int frame) {
         if (frame == 0) {
             CommandGlobal("test_create_form 5");
+            CommandGlobal("view_model plane.vmdl");
             CommandGlobal("test_create_panel 5");
             TextBox* box = new TextBox("txb_steady");
             box->SetText("steady frames allocate nothing at all");
