@@ -6,14 +6,13 @@
 
 #include <string>
 
-#include "engine/api.h"
 #include "ui/form.h"
 
 struct CommandLine;
 class ModelPanel;
 class Button;
 
-class VORMI_API ModelViewer : public Form {
+class ModelViewer : public Form {
 public:
     ModelViewer();
     // Keeps the view filling the form below the title bar and the grip in the bottom-right corner.
