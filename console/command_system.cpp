@@ -5,6 +5,7 @@
 #include <locale>
 #include <sstream>
 
+#include "console/console_commands.h"
 #include "console/cvar.h"
 #include "console/panel_commands.h"
 #include "engine/console_output.h"
@@ -127,6 +128,9 @@ void CommandSystem::Execute(const char* line) {
             return;
         }
     }
+    if (RunAddedCommand(parsed.name, line)) {
+        return;
+    }
     if (fallback) {
         fallback(line);
         return;
@@ -136,6 +140,18 @@ void CommandSystem::Execute(const char* line) {
 
 void CommandSystem::SetFallbackHandler(CommandFallbackFn handler) {
     fallback = handler;
+}
+
+bool CommandSystem::AddCommand(const std::string& name, CommandHandlerFn handler, const std::string& help) {
+    return AddConsoleCommand(name, handler, "", help);
+}
+
+bool CommandSystem::RemoveCommand(const std::string& name) {
+    return RemoveConsoleCommand(name);
+}
+
+const char* BuiltinCommandName(size_t index) {
+    return index < sizeof(kBuiltinCommands) / sizeof(kBuiltinCommands[0]) ? kBuiltinCommands[index].name : nullptr;
 }
 
 extern "C" VORMI_API void CommandGlobal(const char* line) {

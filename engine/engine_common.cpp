@@ -1,5 +1,6 @@
 #include "engine/engine_common.h"
 
+#include "engine/console_output.h"
 #include "engine/registry.h"
 
 void EngineCommon::SetHooks(const EngineHooks* hooks) {
@@ -31,6 +32,14 @@ void EngineCommon::CallExtraHook() {
     if (extraHook) {
         extraHook(this);
     }
+}
+
+bool EngineCommon::AddConsoleListener(ConsoleListenerFn listener) {
+    return AddConsoleOutputListener(listener);
+}
+
+bool EngineCommon::RemoveConsoleListener(ConsoleListenerFn listener) {
+    return RemoveConsoleOutputListener(listener);
 }
 
 static EngineCommon s_engineCommon;

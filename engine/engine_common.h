@@ -7,6 +7,7 @@
 #pragma once
 
 #include "engine/api.h"
+#include "engine/console_output.h"
 
 class IEngineCommon;
 class RootPanel;
@@ -30,6 +31,10 @@ public:
     virtual void CallStartHook() = 0;
     virtual void CallFrameHook() = 0;
     virtual void CallExtraHook() = 0;
+    // Adds a listener for the console's output (up to 8 at once); false when null, already added or full.
+    virtual bool AddConsoleListener(ConsoleListenerFn listener) = 0;
+    // False when the listener was not added.
+    virtual bool RemoveConsoleListener(ConsoleListenerFn listener) = 0;
 };
 
 class EngineCommon : public IEngineCommon {
@@ -39,6 +44,8 @@ public:
     void CallStartHook() override;
     void CallFrameHook() override;
     void CallExtraHook() override;
+    bool AddConsoleListener(ConsoleListenerFn listener) override;
+    bool RemoveConsoleListener(ConsoleListenerFn listener) override;
 
     RootPanel* rootPanel = nullptr;  // stored by EngineMain just before the start hook runs
     EngineHookFn startHook = nullptr;

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -34,6 +35,7 @@ struct Options {
     std::string workDir;
     std::vector<std::string> execLines;
     std::vector<std::string> setLines;
+    std::string logPath;
     long frames = 0;  // 0: run until the user quits
     bool stats = false;
 };
@@ -53,6 +55,8 @@ bool g_quitQueued = false;
 std::vector<double> g_frameMs;
 std::chrono::steady_clock::time_point g_lastFrame;
 bool g_haveLastFrame = false;
+FILE* g_logFile = nullptr;
+bool g_logAtLineStart = true;
 
 void PrintUsage(FILE* out) {
     std::fprintf(out,
@@ -60,10 +64,13 @@ void PrintUsage(FILE* out) {
                  "Runs the engine from the working directory, where the asset tree test/ lives.\n"
                  "\n"
                  "  -C DIR              change to DIR before starting\n"
-                 "  --exec LINE         queue a console command before the first frame (repeatable)\n"
+                 "  --exec LINE         a console line before the first frame (repeatable): \"NAME VALUE\"\n"
+                 "                      sets a variable, a bare NAME prints it, anything else is queued\n"
+                 "                      as a command\n"
                  "  --set \"NAME VALUE\"  set a console variable at start (repeatable); settings read\n"
                  "                      only at start-up, such as renderer_type, apply at the next start\n"
                  "  --frames N          quit in an orderly way after N frames\n"
+                 "  --log FILE          also append every console line, with a timestamp, to FILE\n"
                  "  --stats             print frame count, mean and median frame time and FPS at exit\n"
                  "  --version           print the version and exit\n"
                  "  --help              print this help and exit\n");
@@ -98,7 +105,8 @@ int ParseOptions(int argc, char** argv) {
             g_options.stats = true;
             continue;
         }
-        if (arg == "-C" || arg == "--exec" || arg == "--set" || arg == "--frames") {
+        if (arg == "-C" || arg == "--exec" || arg == "--set" || arg == "--frames" ||
+            arg == "--log") {
             const char* value = needValue(arg.c_str());
             if (!value) {
                 return UsageError("missing value for option", arg.c_str());
@@ -109,6 +117,8 @@ int ParseOptions(int argc, char** argv) {
                 g_options.execLines.push_back(value);
             } else if (arg == "--set") {
                 g_options.setLines.push_back(value);
+            } else if (arg == "--log") {
+                g_options.logPath = value;
             } else {
                 char* end = nullptr;
                 errno = 0;
@@ -164,9 +174,28 @@ bool LoadEngine(const std::string& libraryPath) {
     return true;
 }
 
-void StartHook(IEngineCommon* common) {
-    for (const std::string& line : g_options.execLines) {
+// The console's grammar, except that a bare variable name prints the value instead of emptying it.
+void RunExecOption(ICVarInterface* cvars, const std::string& line) {
+    static const char* const kBlanks = " \t";
+    const size_t start = line.find_first_not_of(kBlanks);
+    const size_t end = start == std::string::npos ? start : line.find_first_of(kBlanks, start);
+    const std::string name = start == std::string::npos ? std::string() : line.substr(start, end - start);
+    CVar* var = cvars && !name.empty() ? cvars->Find(name) : nullptr;
+    if (!var) {
         g_engine.commandGlobal(line.c_str());
+        return;
+    }
+    if (end == std::string::npos || line.find_first_not_of(kBlanks, end) == std::string::npos) {
+        g_engine.conMsg("%s: \"%s\"\n", var->name.c_str(), var->master->value.c_str());
+        return;
+    }
+    cvars->ParseLine(line);
+}
+
+void StartHook(IEngineCommon* common) {
+    ICVarInterface* execCvars = static_cast<ICVarInterface*>(common->Find("CVarV1"));
+    for (const std::string& line : g_options.execLines) {
+        RunExecOption(execCvars, line);
     }
     if (g_options.setLines.empty()) {
         return;
@@ -184,6 +213,29 @@ void StartHook(IEngineCommon* common) {
             g_engine.conMsg("vormi: --set: unknown console variable '%s'\n", name.c_str());
         }
     }
+}
+
+// Each line starts with the local time to the millisecond; a text may end in the middle of a line.
+void LogConsoleText(const char* text) {
+    for (const char* p = text; *p; ++p) {
+        if (g_logAtLineStart) {
+            const auto now = std::chrono::system_clock::now();
+            const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+            const long ms = static_cast<long>(
+                std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000);
+            std::tm local = {};
+            localtime_r(&seconds, &local);
+            char stamp[32];
+            std::strftime(stamp, sizeof(stamp), "%Y-%m-%d %H:%M:%S", &local);
+            std::fprintf(g_logFile, "[%s.%03ld] ", stamp, ms);
+            g_logAtLineStart = false;
+        }
+        std::fputc(*p, g_logFile);
+        if (*p == '\n') {
+            g_logAtLineStart = true;
+        }
+    }
+    std::fflush(g_logFile);
 }
 
 void FrameHook(IEngineCommon*) {
@@ -227,6 +279,14 @@ int main(int argc, char** argv) {
     if (parsed >= 0) {
         return parsed;
     }
+    // Opened before -C, so a relative path names a file where vormi was started.
+    if (!g_options.logPath.empty()) {
+        g_logFile = std::fopen(g_options.logPath.c_str(), "a");
+        if (!g_logFile) {
+            std::fprintf(stderr, "vormi: cannot open %s: %s\n", g_options.logPath.c_str(), std::strerror(errno));
+            return 2;
+        }
+    }
     // Resolve our own directory before -C changes what a relative argv[0] would mean.
     const std::string libraryPath = OwnDirectory() + "/" + kLibraryName;
     if (!g_options.workDir.empty() && chdir(g_options.workDir.c_str()) != 0) {
@@ -236,12 +296,22 @@ int main(int argc, char** argv) {
     if (!LoadEngine(libraryPath)) {
         return 2;
     }
+    if (g_logFile) {
+        g_engine.getEngineCommon()->AddConsoleListener(LogConsoleText);
+    }
     if (g_options.stats) {
         g_frameMs.reserve(1 << 16);
     }
     const EngineHooks hooks = {StartHook, FrameHook, nullptr};
     g_engine.getEngineCommon()->SetHooks(&hooks);
     const int result = g_engine.engineMain();
+    if (g_logFile) {
+        g_engine.getEngineCommon()->RemoveConsoleListener(LogConsoleText);
+        if (!g_logAtLineStart) {
+            std::fputc('\n', g_logFile);
+        }
+        std::fclose(g_logFile);
+    }
     if (g_options.stats) {
         PrintStats();
     }

@@ -4,7 +4,7 @@ set -euo pipefail
 
 packages=(
   build-essential cmake pkg-config
-  libsdl2-dev libsdl2-ttf-dev libgl-dev libx11-dev
+  libsdl2-dev libsdl2-ttf-dev libsdl2-image-dev libgl-dev libx11-dev
   libgtest-dev
   xvfb xauth xdotool imagemagick
   mesa-utils libgl1-mesa-dri libegl-mesa0
