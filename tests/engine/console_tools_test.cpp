@@ -2,11 +2,14 @@
 #include <SDL_image.h>
 #include <gtest/gtest.h>
 
+#include <regex>
+#include <sstream>
 #include <string>
 
 #include "console/command_system.h"
 #include "console/cvars.h"
 #include "engine/engine.h"
+#include "support/desktop.h"
 #include "support/engine_fixture.h"
 #include "ui/panel.h"
 #include "ui/root_panel.h"
@@ -77,3 +80,24 @@ TEST_P(ConsoleToolsEngine, AutoexecRunsBeforeTheFirstFrameAndScreenshotsHoldTheF
 }
 
 INSTANTIATE_TEST_SUITE_P(Renderers, ConsoleToolsEngine, ::testing::Values("SDLRenderer", "GLRenderer"));
+
+TEST(ConsoleToolsHost, ExecUsesTheConsoleGrammarAndLogStampsEveryLine) {
+    TempWorkDir dir;
+    VormiProcess run("", dir.path(),
+                     {"--frames", "3", "--log", "console.log", "--exec", "frame_delay 4", "--exec", "frame_delay",
+                      "--exec", "  echo from exec", "--exec", "no_such_command"},
+                     {"SDL_VIDEODRIVER=offscreen"});
+    ASSERT_EQ(run.Wait(60), 0) << run.output();
+    const std::string log = dir.ReadFile("console.log");
+    const std::regex stamp(R"(^\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}\] )");
+    std::istringstream in(log);
+    std::string line;
+    size_t lines = 0;
+    for (; std::getline(in, line); ++lines) {
+        EXPECT_TRUE(std::regex_search(line, stamp)) << line;
+    }
+    EXPECT_GT(lines, 5u);
+    ExpectInOrder(log, {"frame_delay: \"4\"\n", "Entering main loop\n", "from exec\n",
+                        "Unknown command: no_such_command\n"});
+    EXPECT_NE(dir.ReadFile("test/scripts/cvars.txt").find("frame_delay \"4\"\n"), std::string::npos);
+}
