@@ -3,6 +3,7 @@
 #include <SDL.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "console/console_commands.h"
 #include "console/console_panel.h"
@@ -69,25 +70,15 @@ bool LoadHistoryFile(const std::string& path, std::vector<std::string>* entries)
         ConMsg("console: cannot read %s; the history starts empty\n", path.c_str());
         return false;
     }
+    std::vector<std::string> lines = SplitLines(text);
     // The console types only printable ASCII and tabs into its input line.
-    for (const char c : text) {
-        const unsigned char byte = static_cast<unsigned char>(c);
-        if ((byte < 32 && c != '\n' && c != '\r' && c != '\t') || byte >= 127) {
-            ConMsg("console: %s is not a history file; the history starts empty\n", path.c_str());
-            return false;
-        }
+    if (!std::all_of(lines.begin(), lines.end(), IsTypedText)) {
+        ConMsg("console: %s is not a history file; the history starts empty\n", path.c_str());
+        return false;
     }
-    size_t pos = 0;
-    while (pos < text.size()) {
-        size_t end = text.find('\n', pos);
-        end = end == std::string::npos ? text.size() : end;
-        std::string line = text.substr(pos, end - pos);
-        pos = end + 1;
-        if (!line.empty() && line.back() == '\r') {
-            line.pop_back();
-        }
+    for (std::string& line : lines) {
         if (!line.empty()) {
-            entries->push_back(line);
+            entries->push_back(std::move(line));
         }
     }
     if (entries->size() > kMaxSavedHistory) {

@@ -196,17 +196,15 @@ bool ExecScript(const std::string& file) {
         return false;
     }
     ++s_execDepth;
-    size_t pos = 0;
-    while (pos < text.size() && !s_execAborted) {
-        size_t end = text.find('\n', pos);
-        end = end == std::string::npos ? text.size() : end;
-        std::string line = text.substr(pos, end - pos);
-        pos = end + 1;
-        const size_t start = line.find_first_not_of(" \t\r");
+    for (std::string& line : SplitLines(text)) {
+        if (s_execAborted) {
+            break;
+        }
+        const size_t start = line.find_first_not_of(" \t");
         if (start == std::string::npos || line.compare(start, 2, "//") == 0) {
             continue;
         }
-        line.erase(line.find_last_not_of(" \t\r") + 1);
+        line.erase(line.find_last_not_of(" \t") + 1);
         RunConsoleLine(line.substr(start));
     }
     --s_execDepth;
@@ -221,6 +219,28 @@ void RunAutoexec() {
     if (FileExists(std::string("./") + kScriptFolder + "autoexec.cfg")) {
         ExecScript("autoexec.cfg");
     }
+}
+
+std::vector<std::string> SplitLines(const std::string& text) {
+    std::vector<std::string> lines;
+    size_t pos = 0;
+    while (pos < text.size()) {
+        size_t end = text.find('\n', pos);
+        end = end == std::string::npos ? text.size() : end;
+        lines.push_back(text.substr(pos, end - pos));
+        if (!lines.back().empty() && lines.back().back() == '\r') {
+            lines.back().pop_back();
+        }
+        pos = end + 1;
+    }
+    return lines;
+}
+
+bool IsTypedText(const std::string& text) {
+    return std::all_of(text.begin(), text.end(), [](char c) {
+        const unsigned char byte = static_cast<unsigned char>(c);
+        return c == '\t' || (byte >= 32 && byte < 127);
+    });
 }
 
 bool FileExists(const std::string& path) {

@@ -25,6 +25,10 @@ void RunAutoexec();
 // the line as it is.
 std::string CompleteConsoleLine(const std::string& line, std::vector<std::string>* candidates);
 
+// The lines of a text, without their "\n" or "\r\n"; a last line without a break counts too.
+std::vector<std::string> SplitLines(const std::string& text);
+// True when every byte is printable ASCII or a tab: what the console's input line can hold.
+bool IsTypedText(const std::string& text);
 // True when the file can be opened for reading.
 bool FileExists(const std::string& path);
 // Writes the file through a temporary beside it and a rename, so a failure leaves the old one intact.

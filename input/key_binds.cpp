@@ -145,27 +145,15 @@ void LoadKeyBinds(const std::string& path) {
         return;
     }
     int ignored = 0;
-    size_t pos = 0;
-    while (pos < text.size()) {
-        size_t end = text.find('\n', pos);
-        end = end == std::string::npos ? text.size() : end;
-        std::string line = text.substr(pos, end - pos);
-        pos = end + 1;
-        if (!line.empty() && line.back() == '\r') {
-            line.pop_back();
-        }
+    for (const std::string& line : SplitLines(text)) {
         if (line.find_first_not_of(" \t") == std::string::npos) {
             continue;
         }
-        const bool printable = std::all_of(line.begin(), line.end(), [](char c) {
-            const unsigned char byte = static_cast<unsigned char>(c);
-            return c == '\t' || (byte >= 32 && byte < 127);
-        });
         const CommandLine parsed = SplitCommandLine(line);
         SDL_Scancode key = SDL_SCANCODE_UNKNOWN;
         std::string bound;
-        if (!printable || parsed.name != "bind" || !SplitKeyAndLine(CommandArgsAsTyped(line.c_str()), &key, &bound) ||
-            bound.empty()) {
+        if (!IsTypedText(line) || parsed.name != "bind" ||
+            !SplitKeyAndLine(CommandArgsAsTyped(line.c_str()), &key, &bound) || bound.empty()) {
             ++ignored;
             continue;
         }

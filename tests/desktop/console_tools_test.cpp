@@ -2,7 +2,9 @@
 #include <SDL_image.h>
 #include <gtest/gtest.h>
 
+#include <regex>
 #include <string>
+#include <vector>
 
 #include "support/desktop.h"
 
@@ -10,7 +12,10 @@ namespace {
 
 class ConsoleToolsDesktop : public DesktopTest {
 protected:
-    void StartLogged() { Start({"--log", dir_.path() + "/console.log"}, cvars_); }
+    void StartLogged(std::vector<std::string> args = {}) {
+        args.insert(args.end(), {"--log", dir_.path() + "/console.log"});
+        Start(args, cvars_);
+    }
     // Waits until the --log file holds the text the given number of times.
     ::testing::AssertionResult Logged(const std::string& text, size_t times = 1) const {
         std::string log;
@@ -49,14 +54,18 @@ protected:
     const std::string cvars_ = "window_width 800\nwindow_height 600\n";
 };
 
-// One session typed with real keys, then a second start that finds the history of the first.
+// One session typed with real keys, then a second start that finds the history of the first. --exec
+// takes the console's grammar, except that a bare name prints the variable.
 TEST_F(ConsoleToolsDesktop, CompletionScriptsBindsScreenshotsPagingAndHistoryAcrossRuns) {
     dir_.WriteFile("test/scripts/autoexec.cfg", "echo autoexec ran\n");
     dir_.WriteFile("test/scripts/t.cfg", "// sets a variable, then runs a command\nframe_delay 7\necho exec ran\n");
-    StartLogged();
+    StartLogged({"--exec", "frame_delay 4", "--exec", "frame_delay"});
     EXPECT_TRUE(Logged("Entering main loop"));
     const std::string startLog = dir_.ReadFile("console.log");
     EXPECT_LT(startLog.find("autoexec ran"), startLog.find("Entering main loop")) << startLog;
+    EXPECT_NE(startLog.find("frame_delay: \"4\""), std::string::npos) << startLog;
+    EXPECT_TRUE(std::regex_search(startLog, std::regex(R"(^\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}\] SDL loaded\n)")))
+        << "a timestamp on every line: " << startLog;
 
     desk_->Key(window_, "grave");
     ASSERT_TRUE(Shows(300, 250, RGB{255, 255, 255}, "the log's background"));
