@@ -169,7 +169,7 @@ void Cmd_Exec(const char* args) {
 }
 
 ConsoleCommandReg s_help("help", Cmd_Help, "[NAME]", "lists every command and variable, or tells what NAME is");
-ConsoleCommandReg s_find("find", Cmd_Find, "TEXT", "lists the commands and variables whose name or help has TEXT");
+ConsoleCommandReg s_find("find", Cmd_Find, "TEXT", "finds commands and variables by name or description");
 ConsoleCommandReg s_get("get", Cmd_Get, "NAME", "prints a variable's value");
 ConsoleCommandReg s_toggle("toggle", Cmd_Toggle, "NAME [A B]", "flips a variable between 0 and 1, or A and B");
 ConsoleCommandReg s_echo("echo", Cmd_Echo, "TEXT", "prints TEXT");
