@@ -1,26 +1,36 @@
 // The command system: lines queued with CommandGlobal() run once per frame near the end of the frame.
-// A line names a built-in command; any other line goes to the host's fallback handler, or is reported
+// A line names a registered command; any other line goes to the host's fallback handler, or is reported
 // as "Unknown command: <name>". Published as "CommandSystemV1".
+//
+// A command is declared beside the code it runs, with a static CommandReg node:
+//     static void Cmd_Fps(const CommandLine&) { ConMsg("FPS: %i\n", g_fps); }
+//     static CommandReg s_fpsCommand("fps", Cmd_Fps);
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <vector>
 
+#include "console/tokenizer.h"
 #include "engine/api.h"
 
 typedef void (*CommandFallbackFn)(const char* line);
+typedef void (*CommandFn)(const CommandLine& line);
 // A command added with AddCommand gets the text after its name, leading blanks skipped, as typed.
 typedef void (*CommandHandlerFn)(const char* args);
 
-struct CommandLine {
-    std::string name;  // the first word
-    std::string args;  // the rest of the line, with the quoting rule applied
-};
+// One registered command: a static node pushed onto the command list at static initialisation. Names
+// are unique, so the order of the list decides nothing but the help listing, which goes by helpOrder.
+struct CommandReg {
+    CommandReg(const char* name, CommandFn run);
+    // A command listed by "list_cmd": its help line, and its place in the listing (lowest first).
+    CommandReg(const char* name, CommandFn run, const char* help, int helpOrder);
 
-// Splits "name rest of line". The rest loses surrounding text by the quote rule: no quote keeps it as
-// read, one quote empties it, two or more keep what lies between the first and the last quote.
-CommandLine SplitCommandLine(const std::string& line);
+    const char* name;
+    CommandFn run;
+    const char* help;
+    int helpOrder;
+    CommandReg* next;
+};
 
 class ICommandSystem {
 public:
@@ -31,9 +41,9 @@ public:
     virtual void ListCommands() = 0;
     // Splits and dispatches one line at once.
     virtual void Execute(const char* line) = 0;
-    // Lines that name no built-in command go to this handler (null: they are reported unknown).
+    // Lines that name no registered command go to this handler (null: they are reported unknown).
     virtual void SetFallbackHandler(CommandFallbackFn handler) = 0;
-    // Adds a command that runs after the built-ins and before the fallback, listed by "help" and
+    // Adds a command that runs after the registered ones and before the fallback, listed by "help" and
     // "find" and completed by Tab. A taken name (or an empty one, or a null handler) is refused with
     // one console line: false.
     virtual bool AddCommand(const std::string& name, CommandHandlerFn handler, const std::string& help) = 0;
@@ -58,8 +68,10 @@ extern "C" {
 VORMI_API void CommandGlobal(const char* line);
 }
 
-// The name of the i-th built-in command in dispatch order; null past the last.
-const char* BuiltinCommandName(size_t index);
+// The registered commands, the last registered first; walk them through next.
+const CommandReg* FirstCommand();
+// The line being run by Execute, as it was received; "" outside a command.
+const char* ExecutingLine();
 
 extern CommandSystem* g_commandSystem;
 extern std::vector<std::string> g_commandQueue;

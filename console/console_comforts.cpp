@@ -123,15 +123,15 @@ void SaveConsoleHistory() {
 
 namespace {
 
-void Cmd_Clear(const char*) {
+void Cmd_Clear(const CommandLine&) {
     g_consoleText.clear();
     if (g_consolePanel) {
         g_consolePanel->log->ClearText();
     }
 }
 
-void Cmd_Condump(const char* args) {
-    const std::string path = SplitCommandLine(std::string("_ ") + args).args;
+void Cmd_Condump(const CommandLine& line) {
+    const std::string& path = line.args;
     if (path.empty()) {
         ConMsg("usage: condump FILE\n");
         return;

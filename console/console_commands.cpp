@@ -5,6 +5,14 @@
 
 #include "engine/console_output.h"
 
+// Constant-initialised, like the command list, so tools of any translation unit can push at any time.
+static ConsoleCommandReg* s_toolHead = nullptr;
+
+ConsoleCommandReg::ConsoleCommandReg(const char* regName, CommandFn run, const char* regUsage, const char* regHelp)
+    : node(regName, run), usage(regUsage), help(regHelp), next(s_toolHead) {
+    s_toolHead = this;
+}
+
 namespace {
 
 struct AddedCommand {
@@ -26,6 +34,7 @@ struct Description {
     const char* help;
 };
 
+// The engine's commands that are not console tools carry no line of help of their own.
 const Description kBuiltinHelp[] = {
     {"testcmd", "", "prints a test line"},
     {"list_cmd", "", "lists the main commands"},
@@ -69,9 +78,9 @@ const Description* FindDescription(const Description* table, size_t count, const
     return nullptr;
 }
 
-bool IsBuiltin(const std::string& name) {
-    for (size_t i = 0; BuiltinCommandName(i); ++i) {
-        if (name == BuiltinCommandName(i)) {
+bool IsRegistered(const std::string& name) {
+    for (const CommandReg* node = FirstCommand(); node; node = node->next) {
+        if (name == node->name) {
             return true;
         }
     }
@@ -92,7 +101,7 @@ bool AddConsoleCommand(const std::string& name, CommandHandlerFn handler, const 
         ConMsg("AddCommand: '%s' needs a one-word name and a handler\n", name.c_str());
         return false;
     }
-    if (IsBuiltin(name) || FindAdded(name) != AddedCommands().end()) {
+    if (IsRegistered(name) || FindAdded(name) != AddedCommands().end()) {
         ConMsg("AddCommand: '%s' is already a command\n", name.c_str());
         return false;
     }
@@ -136,10 +145,18 @@ bool RunAddedCommand(const std::string& name, const char* line) {
 
 std::vector<ConsoleCommandInfo> AllCommands() {
     std::vector<ConsoleCommandInfo> all;
-    for (size_t i = 0; BuiltinCommandName(i); ++i) {
-        const char* name = BuiltinCommandName(i);
-        const Description* d = FindDescription(kBuiltinHelp, sizeof(kBuiltinHelp) / sizeof(kBuiltinHelp[0]), name);
-        all.push_back(ConsoleCommandInfo{name, d ? d->usage : "", d ? d->help : ""});
+    for (const CommandReg* node = FirstCommand(); node; node = node->next) {
+        const ConsoleCommandReg* tool = s_toolHead;
+        while (tool && std::strcmp(tool->node.name, node->name) != 0) {
+            tool = tool->next;
+        }
+        const Description* d =
+            FindDescription(kBuiltinHelp, sizeof(kBuiltinHelp) / sizeof(kBuiltinHelp[0]), node->name);
+        if (tool) {
+            all.push_back(ConsoleCommandInfo{node->name, tool->usage, tool->help});
+        } else {
+            all.push_back(ConsoleCommandInfo{node->name, d ? d->usage : "", d ? d->help : ""});
+        }
     }
     for (const AddedCommand& c : AddedCommands()) {
         all.push_back(ConsoleCommandInfo{c.name, c.usage, c.help});

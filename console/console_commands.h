@@ -1,6 +1,7 @@
-// Commands added beside the built-ins: the engine's own tools and whatever a host adds through
-// ICommandSystem::AddCommand. They run after the built-ins and before the fallback handler. This file
-// also knows what every command and every engine variable does, for "help", "find" and completion.
+// What "help", "find" and completion know of commands: the console's tools, registered with a
+// ConsoleCommandReg (a CommandReg node and a line of help), the engine's other commands, and those a host
+// adds at run time through ICommandSystem::AddCommand, which run after the registered commands and
+// before the fallback handler. Also what every engine variable does.
 #pragma once
 
 #include <string>
@@ -14,7 +15,7 @@ struct ConsoleCommandInfo {
     std::string help;   // one line
 };
 
-// Refused with one console line (false) when the name is empty, holds a blank, is taken by a built-in
+// Refused with one console line (false) when the name is empty, holds a blank, is taken by a registered
 // or an added command, or the handler is null.
 bool AddConsoleCommand(const std::string& name, CommandHandlerFn handler, const std::string& usage,
                        const std::string& help);
@@ -24,14 +25,17 @@ bool RemoveConsoleCommand(const std::string& name);
 bool RunAddedCommand(const std::string& name, const char* line);
 // The text after the first word of a line, leading and trailing blanks dropped, up to a line break.
 std::string CommandArgsAsTyped(const char* line);
-// Every command, built-in and added, sorted by name.
+// Every command, registered and added, sorted by name.
 std::vector<ConsoleCommandInfo> AllCommands();
 // What an engine variable does; "" for a name the engine does not describe (a host's variable).
 const char* CVarDescription(const std::string& name);
 
-// Adds a command during static initialisation, beside the code it runs.
+// A console tool: registered as every command is, with its arguments and one line for "help".
 struct ConsoleCommandReg {
-    ConsoleCommandReg(const char* name, CommandHandlerFn handler, const char* usage, const char* help) {
-        AddConsoleCommand(name, handler, usage, help);
-    }
+    ConsoleCommandReg(const char* name, CommandFn run, const char* usage, const char* help);
+
+    CommandReg node;
+    const char* usage;
+    const char* help;
+    ConsoleCommandReg* next;
 };

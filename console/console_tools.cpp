@@ -21,14 +21,6 @@ int s_execDepth = 0;
 // prints one line instead of one per level.
 bool s_execAborted = false;
 
-std::string FirstWord(const std::string& text) {
-    const size_t start = text.find_first_not_of(" \t");
-    if (start == std::string::npos) {
-        return std::string();
-    }
-    return text.substr(start, text.find_first_of(" \t", start) - start);
-}
-
 std::vector<std::string> Words(const std::string& text) {
     std::vector<std::string> words;
     size_t pos = text.find_first_not_of(" \t");
@@ -38,11 +30,6 @@ std::vector<std::string> Words(const std::string& text) {
         pos = end == std::string::npos ? end : text.find_first_not_of(" \t", end);
     }
     return words;
-}
-
-// The console's quote rule applied to an argument text.
-std::string Unquoted(const char* args) {
-    return SplitCommandLine(std::string("_ ") + args).args;
 }
 
 std::string Lower(std::string text) {
@@ -65,8 +52,8 @@ void PrintCVar(const CVar* var) {
     ConMsg("%s \"%s\"%s%s\n", var->name.c_str(), var->master->value.c_str(), *what ? " - " : "", what);
 }
 
-void Cmd_Help(const char* args) {
-    const std::string name = FirstWord(args);
+void Cmd_Help(const CommandLine& line) {
+    const std::string name = FirstWord(line.args);
     const std::vector<ConsoleCommandInfo> commands = AllCommands();
     if (name.empty()) {
         ConMsg("Commands:\n");
@@ -95,8 +82,8 @@ void Cmd_Help(const char* args) {
     }
 }
 
-void Cmd_Find(const char* args) {
-    const std::string text = Lower(args);
+void Cmd_Find(const CommandLine& line) {
+    const std::string text = Lower(line.args);
     if (text.empty()) {
         ConMsg("usage: find TEXT\n");
         return;
@@ -115,7 +102,7 @@ void Cmd_Find(const char* args) {
         }
     }
     if (!found) {
-        ConMsg("find: nothing matches '%s'\n", args);
+        ConMsg("find: nothing matches '%s'\n", line.args.c_str());
     }
 }
 
@@ -127,8 +114,8 @@ CVar* FindNamedCVar(const char* command, const std::string& name) {
     return var;
 }
 
-void Cmd_Get(const char* args) {
-    const std::string name = FirstWord(args);
+void Cmd_Get(const CommandLine& line) {
+    const std::string name = FirstWord(line.args);
     if (name.empty()) {
         ConMsg("usage: get NAME\n");
         return;
@@ -138,8 +125,8 @@ void Cmd_Get(const char* args) {
     }
 }
 
-void Cmd_Toggle(const char* args) {
-    const std::vector<std::string> words = Words(args);
+void Cmd_Toggle(const CommandLine& line) {
+    const std::vector<std::string> words = Words(line.args);
     if (words.size() != 1 && words.size() != 3) {
         ConMsg("usage: toggle NAME [A B]\n");
         return;
@@ -155,12 +142,12 @@ void Cmd_Toggle(const char* args) {
     }
 }
 
-void Cmd_Echo(const char* args) {
-    ConMsg("%s\n", args);
+void Cmd_Echo(const CommandLine& line) {
+    ConMsg("%s\n", line.args.c_str());
 }
 
-void Cmd_Exec(const char* args) {
-    const std::string file = Unquoted(args);
+void Cmd_Exec(const CommandLine& line) {
+    const std::string& file = line.args;
     if (file.empty()) {
         ConMsg("usage: exec FILE\n");
         return;

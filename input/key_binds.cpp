@@ -67,10 +67,13 @@ bool SplitKeyAndLine(const std::string& text, SDL_Scancode* key, std::string* li
     return !parsed.name.empty() && *key != SDL_SCANCODE_UNKNOWN;
 }
 
-void Cmd_Bind(const char* args) {
+// Takes the line as typed: the bound line has quotes of its own, which the quote rule over the whole
+// argument text would take apart.
+void Cmd_Bind(const CommandLine&) {
+    const std::string args = CommandArgsAsTyped(ExecutingLine());
     SDL_Scancode key = SDL_SCANCODE_UNKNOWN;
     std::string line;
-    if (!*args) {
+    if (args.empty()) {
         ConMsg("usage: bind KEY LINE\n");
         return;
     }
@@ -90,8 +93,8 @@ void Cmd_Bind(const char* args) {
     Bind(key, line);
 }
 
-void Cmd_Unbind(const char* args) {
-    const std::string name = SplitCommandLine(args).name;
+void Cmd_Unbind(const CommandLine& command) {
+    const std::string name = FirstWord(command.args);
     const SDL_Scancode key = KeyFromName(name);
     if (name.empty() || key == SDL_SCANCODE_UNKNOWN) {
         ConMsg("unbind: unknown key '%s'\n", name.c_str());
@@ -105,7 +108,7 @@ void Cmd_Unbind(const char* args) {
     s_binds.erase(found);
 }
 
-void Cmd_Binds(const char*) {
+void Cmd_Binds(const CommandLine&) {
     if (s_binds.empty()) {
         ConMsg("No keys are bound\n");
         return;

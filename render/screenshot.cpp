@@ -63,8 +63,8 @@ SDL_Surface* ReadGLRenderer() {
     return surface;
 }
 
-void Cmd_Screenshot(const char* args) {
-    std::string path = SplitCommandLine(std::string("_ ") + args).args;
+void Cmd_Screenshot(const CommandLine& line) {
+    std::string path = line.args;
     if (path.empty()) {
         path = NextScreenshotPath();
         if (path.empty()) {

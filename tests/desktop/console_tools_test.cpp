@@ -14,6 +14,7 @@ class ConsoleToolsDesktop : public DesktopTest {
 protected:
     void StartLogged(const std::string& log, std::vector<std::string> args = {}) {
         log_ = log;
+        window_.clear();  // a second start opens a new window
         args.insert(args.end(), {"--log", dir_.path() + "/" + log});
         Start(args, cvars_);
     }
@@ -29,12 +30,12 @@ protected:
         return ::testing::AssertionFailure() << "no \"" << text << "\" in the log:\n" << log;
     }
     void Enter(const std::string& line) {
-        desk_->Type(window_, line);
-        desk_->Key(window_, "Return");
+        Type(line);
+        Key("Return");
     }
     // The console log's area of the window.
     std::vector<RGB> LogArea() const {
-        const Image image = desk_->Capture(window_);
+        const Image image = Capture();
         std::vector<RGB> pixels;
         for (int y = 131; y < 350; y += 2) {
             for (int x = 108; x < 590; x += 2) {
@@ -61,24 +62,24 @@ TEST_F(ConsoleToolsDesktop, CompletionScriptsBindsScreenshotsPagingAndHistoryAcr
     EXPECT_TRUE(std::regex_search(startLog, std::regex(R"(^\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}\] SDL loaded\n)")))
         << "a timestamp on every line: " << startLog;
 
-    desk_->Key(window_, "grave");
+    Key("grave");
     ASSERT_TRUE(Shows(300, 250, RGB{255, 255, 255}, "the log's background"));
-    desk_->Type(window_, "hel");
-    desk_->Key(window_, "Tab Return");
+    Type("hel");
+    Key("Tab Return");
     EXPECT_TRUE(Logged("help [NAME] - lists every command"));
     EXPECT_TRUE(Logged("tool_fps \"0\" - shows the FPS readout"));
 
     SleepSeconds(0.3);
     const std::vector<RGB> lastPage = LogArea();
-    desk_->Key(window_, "Prior");
+    Key("Prior");
     SleepSeconds(0.3);
     EXPECT_NE(LogArea(), lastPage) << "PageUp shows earlier lines";
-    desk_->Key(window_, "Next");
+    Key("Next");
     SleepSeconds(0.3);
     EXPECT_EQ(LogArea(), lastPage) << "PageDown comes back to the last page";
 
-    desk_->Type(window_, "tool_");
-    desk_->Key(window_, "Tab");
+    Type("tool_");
+    Key("Tab");
     Enter("1");
     Enter("get tool_fps");
     EXPECT_TRUE(Logged("tool_fps: \"1\""));
@@ -87,11 +88,11 @@ TEST_F(ConsoleToolsDesktop, CompletionScriptsBindsScreenshotsPagingAndHistoryAcr
     EXPECT_TRUE(Logged("exec ran"));
 
     Enter("bind F5 \"screenshot f5.png\"");
-    desk_->Key(window_, "grave");
+    Key("grave");
     ASSERT_TRUE(Shows(20, 580, RGB{91, 91, 91}, "the menus' backdrop with the console closed"));
-    desk_->Key(window_, "F5");
+    Key("F5");
     ASSERT_TRUE(Logged("screenshot: saved f5.png"));
-    const Image screen = desk_->Capture(window_);
+    const Image screen = Capture();
     SDL_Surface* png = IMG_Load((dir_.path() + "/f5.png").c_str());
     ASSERT_NE(png, nullptr) << IMG_GetError();
     SDL_Surface* shot = SDL_ConvertSurfaceFormat(png, SDL_PIXELFORMAT_RGB24, 0);
@@ -108,7 +109,7 @@ TEST_F(ConsoleToolsDesktop, CompletionScriptsBindsScreenshotsPagingAndHistoryAcr
     }
     SDL_FreeSurface(shot);
 
-    desk_->Key(window_, "grave");
+    Key("grave");
     Enter("echo from history");
     Enter("quit");
     EXPECT_EQ(vormi_->Wait(20), 0) << vormi_->output();
@@ -116,9 +117,9 @@ TEST_F(ConsoleToolsDesktop, CompletionScriptsBindsScreenshotsPagingAndHistoryAcr
     EXPECT_EQ(dir_.ReadFile("test/scripts/binds.cfg"), "bind F5 \"screenshot f5.png\"\n");
 
     StartLogged("second.log");
-    desk_->Key(window_, "grave");
+    Key("grave");
     ASSERT_TRUE(Shows(300, 250, RGB{255, 255, 255}, "the log's background"));
-    desk_->Key(window_, "Up Up Return");
+    Key("Up Up Return");
     EXPECT_TRUE(Logged("from history")) << "the line typed in the first run, walked to with Up";
 }
 
