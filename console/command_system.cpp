@@ -3,6 +3,7 @@
 #include <climits>
 #include <cstdlib>
 
+#include "console/console_commands.h"
 #include "console/cvar.h"
 #include "engine/console_output.h"
 #include "engine/engine.h"
@@ -15,6 +16,7 @@ static std::vector<std::string> s_runningQueue;
 
 // Constant-initialised, so nodes of any translation unit can push before or after this file's statics.
 static CommandReg* s_commandHead = nullptr;
+static const char* s_executingLine = "";
 
 CommandReg::CommandReg(const char* regName, CommandFn regRun) : CommandReg(regName, regRun, nullptr, 0) {}
 
@@ -98,9 +100,16 @@ void CommandSystem::Execute(const char* line) {
     const CommandLine parsed = SplitCommandLine(line);
     for (const CommandReg* node = s_commandHead; node; node = node->next) {
         if (parsed.name == node->name) {
+            // Saved and restored: a command may run lines itself ("exec").
+            const char* outer = s_executingLine;
+            s_executingLine = line;
             node->run(parsed);
+            s_executingLine = outer;
             return;
         }
+    }
+    if (RunAddedCommand(parsed.name, line)) {
+        return;
     }
     if (fallback) {
         fallback(line);
@@ -111,6 +120,22 @@ void CommandSystem::Execute(const char* line) {
 
 void CommandSystem::SetFallbackHandler(CommandFallbackFn handler) {
     fallback = handler;
+}
+
+bool CommandSystem::AddCommand(const std::string& name, CommandHandlerFn handler, const std::string& help) {
+    return AddConsoleCommand(name, handler, "", help);
+}
+
+bool CommandSystem::RemoveCommand(const std::string& name) {
+    return RemoveConsoleCommand(name);
+}
+
+const CommandReg* FirstCommand() {
+    return s_commandHead;
+}
+
+const char* ExecutingLine() {
+    return s_executingLine;
 }
 
 extern "C" VORMI_API void CommandGlobal(const char* line) {

@@ -15,6 +15,8 @@
 
 typedef void (*CommandFallbackFn)(const char* line);
 typedef void (*CommandFn)(const CommandLine& line);
+// A command added with AddCommand gets the text after its name, leading blanks skipped, as typed.
+typedef void (*CommandHandlerFn)(const char* args);
 
 // One registered command: a static node pushed onto the command list at static initialisation. Names
 // are unique, so the order of the list decides nothing but the help listing, which goes by helpOrder.
@@ -41,6 +43,12 @@ public:
     virtual void Execute(const char* line) = 0;
     // Lines that name no registered command go to this handler (null: they are reported unknown).
     virtual void SetFallbackHandler(CommandFallbackFn handler) = 0;
+    // Adds a command that runs after the registered ones and before the fallback, listed by "help" and
+    // "find" and completed by Tab. A taken name (or an empty one, or a null handler) is refused with
+    // one console line: false.
+    virtual bool AddCommand(const std::string& name, CommandHandlerFn handler, const std::string& help) = 0;
+    // Removes a command added with AddCommand; false when there is none of that name.
+    virtual bool RemoveCommand(const std::string& name) = 0;
 };
 
 class VORMI_API CommandSystem : public ICommandSystem {
@@ -49,6 +57,8 @@ public:
     void ListCommands() override;
     void Execute(const char* line) override;
     void SetFallbackHandler(CommandFallbackFn handler) override;
+    bool AddCommand(const std::string& name, CommandHandlerFn handler, const std::string& help) override;
+    bool RemoveCommand(const std::string& name) override;
 
     CommandFallbackFn fallback = nullptr;
 };
@@ -57,6 +67,11 @@ extern "C" {
 // Queues a copy of the line; it runs at the end of the current frame.
 VORMI_API void CommandGlobal(const char* line);
 }
+
+// The registered commands, the last registered first; walk them through next.
+VORMI_API const CommandReg* FirstCommand();
+// The line being run by Execute, as it was received; "" outside a command.
+VORMI_API const char* ExecutingLine();
 
 extern VORMI_API CommandSystem* g_commandSystem;
 extern VORMI_API std::vector<std::string> g_commandQueue;

@@ -1,6 +1,7 @@
 #include "console/console_panel.h"
 
 #include "console/command_system.h"
+#include "console/console_comforts.h"
 #include "console/cvar.h"
 #include "engine/console_output.h"
 #include "input/input_system.h"
@@ -72,6 +73,7 @@ void ConsolePanel::Update() {
     if (!in->wantTextInput || !visible) {
         return;
     }
+    HandleConsoleKeys(this);
     if (in->keysPressed[SDL_SCANCODE_RETURN]) {
         HandleCommand("cmd_submit");
     }

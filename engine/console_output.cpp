@@ -8,6 +8,49 @@
 std::string g_consoleText;
 
 static const size_t kConsoleLineBufferSize = 4096;
+static ConsoleListenerFn s_listeners[kMaxConsoleListeners];
+
+bool AddConsoleOutputListener(ConsoleListenerFn listener) {
+    ConsoleListenerFn* free = nullptr;
+    for (ConsoleListenerFn& slot : s_listeners) {
+        if (listener && slot == listener) {
+            return false;
+        }
+        if (!slot && !free) {
+            free = &slot;
+        }
+    }
+    if (!listener || !free) {
+        return false;
+    }
+    *free = listener;
+    return true;
+}
+
+bool RemoveConsoleOutputListener(ConsoleListenerFn listener) {
+    for (ConsoleListenerFn& slot : s_listeners) {
+        if (listener && slot == listener) {
+            slot = nullptr;
+            return true;
+        }
+    }
+    return false;
+}
+
+static void NotifyListeners(const char* text) {
+    // A listener that prints would otherwise call itself without end.
+    static bool s_notifying = false;
+    if (s_notifying) {
+        return;
+    }
+    s_notifying = true;
+    for (ConsoleListenerFn listener : s_listeners) {
+        if (listener) {
+            listener(text);
+        }
+    }
+    s_notifying = false;
+}
 
 static void PrintFormatted(char (&buffer)[kConsoleLineBufferSize], const char* format, va_list args) {
     if (!format) {
@@ -17,6 +60,7 @@ static void PrintFormatted(char (&buffer)[kConsoleLineBufferSize], const char* f
     g_consoleText.append(buffer);
     // "%s" so that a '%' in the finished text is never interpreted a second time.
     SDL_Log("%s", buffer);
+    NotifyListeners(buffer);
 }
 
 extern "C" VORMI_API void ConMsg(const char* format, ...) {

@@ -14,3 +14,11 @@ VORMI_API void SysErrorMsgBox(const char* format, ...) VORMI_PRINTF(1, 2);
 
 // Everything printed since the console panel last drained it.
 extern VORMI_API std::string g_consoleText;
+
+// Called with each text as printed (a text may hold several lines or part of one).
+typedef void (*ConsoleListenerFn)(const char* text);
+const int kMaxConsoleListeners = 8;
+// False when the listener is null, already added, or kMaxConsoleListeners are in use.
+VORMI_API bool AddConsoleOutputListener(ConsoleListenerFn listener);
+// False when it was not added.
+VORMI_API bool RemoveConsoleOutputListener(ConsoleListenerFn listener);

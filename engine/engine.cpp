@@ -5,13 +5,17 @@
 
 #include "app/interface.h"
 #include "console/command_system.h"
+#include "console/console_comforts.h"
+#include "console/console_tools.h"
 #include "console/cvars.h"
 #include "engine/console_output.h"
 #include "engine/engine_common.h"
 #include "engine/registry.h"
 #include "input/input_system.h"
+#include "input/key_binds.h"
 #include "render/renderer.h"
 #include "render/renderer_backend.h"
+#include "render/screenshot.h"
 #include "resources/model_mgr.h"
 #include "resources/texture_mgr.h"
 #include "ui/root_panel.h"
@@ -116,6 +120,7 @@ static void SampleFps() {
 static void RunFrame() {
     g_inputSystem->Update();
     g_rootPanel->Update();
+    RunKeyBinds();
     if (cv_render_clear.intValue != 0) {
         g_renderer->SetDrawColor(128, 128, 128, 255);
         g_renderer->Clear();
@@ -123,6 +128,7 @@ static void RunFrame() {
     g_renderer->Begin2D();
     g_rootPanel->Draw();
     g_rootPanel->DrawDebugOutline();
+    CaptureRequestedScreenshot();
     g_renderer->Present();
     g_textureMgr->Collect();
     g_modelMgr->Collect();
@@ -133,6 +139,9 @@ static void RunFrame() {
 }
 
 static void Shutdown() {
+    // Before the console goes with the root panel.
+    SaveConsoleHistory();
+    SaveKeyBinds(KeyBindsPath());
     DestroyRootPanel();
     g_engineCommon->rootPanel = nullptr;
     g_textureMgr->Shutdown();
@@ -183,6 +192,10 @@ extern "C" VORMI_API int EngineMain(void) {
     g_inputSystem->Init();
     CreateRootPanel();
     BuildInterface(g_rootPanel);
+    LoadKeyBinds(KeyBindsPath());
+    LoadConsoleHistory();
+    // Before the host's start hook, so that what the host sets at start wins over the script.
+    RunAutoexec();
 
     g_engineCommon->rootPanel = g_rootPanel;
     g_engineCommon->CallStartHook();

@@ -1,5 +1,6 @@
 #include "engine/engine_common.h"
 
+#include "engine/console_output.h"
 #include "engine/registry.h"
 
 void EngineCommon::SetHooks(const EngineHooks* hooks) {
@@ -35,6 +36,14 @@ void EngineCommon::CallExtraHook() {
 
 RootPanel* EngineCommon::GetRootPanel() {
     return rootPanel;
+}
+
+bool EngineCommon::AddConsoleListener(ConsoleListenerFn listener) {
+    return AddConsoleOutputListener(listener);
+}
+
+bool EngineCommon::RemoveConsoleListener(ConsoleListenerFn listener) {
+    return RemoveConsoleOutputListener(listener);
 }
 
 static EngineCommon s_engineCommon;

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "engine/api.h"
+#include "engine/console_output.h"
 
 class IEngineCommon;
 class RootPanel;
@@ -33,6 +34,10 @@ public:
     // The root of the interface tree, from just before the start hook runs until shutdown; null
     // outside that time.
     virtual RootPanel* GetRootPanel() = 0;
+    // Adds a listener for the console's output (up to 8 at once); false when null, already added or full.
+    virtual bool AddConsoleListener(ConsoleListenerFn listener) = 0;
+    // False when the listener was not added.
+    virtual bool RemoveConsoleListener(ConsoleListenerFn listener) = 0;
 };
 
 class VORMI_API EngineCommon : public IEngineCommon {
@@ -43,6 +48,8 @@ public:
     void CallFrameHook() override;
     void CallExtraHook() override;
     RootPanel* GetRootPanel() override;
+    bool AddConsoleListener(ConsoleListenerFn listener) override;
+    bool RemoveConsoleListener(ConsoleListenerFn listener) override;
 
     RootPanel* rootPanel = nullptr;  // stored by EngineMain just before the start hook runs
     EngineHookFn startHook = nullptr;

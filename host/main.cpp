@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -47,6 +48,7 @@ struct Options {
     std::vector<std::string> execLines;
     std::vector<std::string> setLines;
     std::string viewFile;
+    std::string logPath;
     long frames = 0;  // 0: run until the user quits
     bool stats = false;
 };
@@ -67,6 +69,8 @@ bool g_quitQueued = false;
 std::vector<double> g_frameMs;
 std::chrono::steady_clock::time_point g_lastFrame;
 bool g_haveLastFrame = false;
+FILE* g_logFile = nullptr;
+bool g_logAtLineStart = true;
 
 void PrintUsage(FILE* out) {
     std::fprintf(out,
@@ -76,7 +80,9 @@ void PrintUsage(FILE* out) {
                  "($XDG_DATA_HOME/vormi, default ~/.local/share/vormi) made from the installed assets.\n"
                  "\n"
                  "  -C DIR              run in DIR (it holds test/)\n"
-                 "  --exec LINE         queue a console command before the first frame (repeatable)\n"
+                 "  --exec LINE         a console line before the first frame (repeatable): \"NAME VALUE\"\n"
+                 "                      sets a variable, a bare NAME prints it, anything else is queued\n"
+                 "                      as a command\n"
                  "  --set \"NAME VALUE\"  set a console variable at start (repeatable); settings read\n"
                  "                      only at start-up, such as renderer_type, apply at the next start\n"
                  "  --frames N          quit in an orderly way after N frames\n"
@@ -115,7 +121,8 @@ int ParseOptions(int argc, char** argv) {
             g_options.stats = true;
             continue;
         }
-        if (arg == "-C" || arg == "--exec" || arg == "--set" || arg == "--frames" || arg == "--view") {
+        if (arg == "-C" || arg == "--exec" || arg == "--set" || arg == "--frames" || arg == "--view" ||
+            arg == "--log") {
             const char* value = needValue(arg.c_str());
             if (!value) {
                 return UsageError("missing value for option", arg.c_str());
@@ -128,6 +135,8 @@ int ParseOptions(int argc, char** argv) {
                 g_options.setLines.push_back(value);
             } else if (arg == "--view") {
                 g_options.viewFile = value;
+            } else if (arg == "--log") {
+                g_options.logPath = value;
             } else {
                 char* end = nullptr;
                 errno = 0;
@@ -209,10 +218,29 @@ void WarnInvisibleDriver() {
                  driver);
 }
 
+// The console's grammar, except that a bare variable name prints the value instead of emptying it.
+void RunExecOption(ICVarInterface* cvars, const std::string& line) {
+    static const char* const kBlanks = " \t";
+    const size_t start = line.find_first_not_of(kBlanks);
+    const size_t end = start == std::string::npos ? start : line.find_first_of(kBlanks, start);
+    const std::string name = start == std::string::npos ? std::string() : line.substr(start, end - start);
+    CVar* var = cvars && !name.empty() ? cvars->Find(name) : nullptr;
+    if (!var) {
+        g_engine.commandGlobal(line.c_str());
+        return;
+    }
+    if (end == std::string::npos || line.find_first_not_of(kBlanks, end) == std::string::npos) {
+        g_engine.conMsg("%s: \"%s\"\n", var->name.c_str(), var->master->value.c_str());
+        return;
+    }
+    cvars->ParseLine(line);
+}
+
 void StartHook(IEngineCommon* common) {
     WarnInvisibleDriver();
+    ICVarInterface* execCvars = static_cast<ICVarInterface*>(common->Find("CVarV1"));
     for (const std::string& line : g_options.execLines) {
-        g_engine.commandGlobal(line.c_str());
+        RunExecOption(execCvars, line);
     }
     if (g_options.setLines.empty()) {
         return;
@@ -230,6 +258,29 @@ void StartHook(IEngineCommon* common) {
             g_engine.conMsg("vormi: --set: unknown console variable '%s'\n", name.c_str());
         }
     }
+}
+
+// Each line starts with the local time to the millisecond; a text may end in the middle of a line.
+void LogConsoleText(const char* text) {
+    for (const char* p = text; *p; ++p) {
+        if (g_logAtLineStart) {
+            const auto now = std::chrono::system_clock::now();
+            const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+            const long ms = static_cast<long>(
+                std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000);
+            std::tm local = {};
+            localtime_r(&seconds, &local);
+            char stamp[32];
+            std::strftime(stamp, sizeof(stamp), "%Y-%m-%d %H:%M:%S", &local);
+            std::fprintf(g_logFile, "[%s.%03ld] ", stamp, ms);
+            g_logAtLineStart = false;
+        }
+        std::fputc(*p, g_logFile);
+        if (*p == '\n') {
+            g_logAtLineStart = true;
+        }
+    }
+    std::fflush(g_logFile);
 }
 
 void FrameHook(IEngineCommon*) {
@@ -273,6 +324,14 @@ int main(int argc, char** argv) {
     if (parsed >= 0) {
         return parsed;
     }
+    // Opened before -C, so a relative path names a file where vormi was started.
+    if (!g_options.logPath.empty()) {
+        g_logFile = std::fopen(g_options.logPath.c_str(), "a");
+        if (!g_logFile) {
+            std::fprintf(stderr, "vormi: cannot open %s: %s\n", g_options.logPath.c_str(), std::strerror(errno));
+            return 2;
+        }
+    }
     const std::string ownDir = OwnDirectory();
     const std::string libraryPath = FindLibrary(ownDir);
     // The file is named relative to where vormi was started, not to the asset folder.
@@ -313,12 +372,22 @@ int main(int argc, char** argv) {
     if (!LoadEngine(libraryPath)) {
         return 2;
     }
+    if (g_logFile) {
+        g_engine.getEngineCommon()->AddConsoleListener(LogConsoleText);
+    }
     if (g_options.stats) {
         g_frameMs.reserve(1 << 16);
     }
     const EngineHooks hooks = {StartHook, FrameHook, nullptr};
     g_engine.getEngineCommon()->SetHooks(&hooks);
     const int result = g_engine.engineMain();
+    if (g_logFile) {
+        g_engine.getEngineCommon()->RemoveConsoleListener(LogConsoleText);
+        if (!g_logAtLineStart) {
+            std::fputc('\n', g_logFile);
+        }
+        std::fclose(g_logFile);
+    }
     if (g_options.stats) {
         PrintStats();
     }

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-// A fresh copy of test/ (without cvars.txt) as the working directory for the object's lifetime.
+// A fresh copy of test/ (without the settings, binds, history and autoexec a run leaves) as the working directory for the object's lifetime.
 class TempWorkDir {
 public:
     TempWorkDir();
