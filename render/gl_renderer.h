@@ -82,6 +82,9 @@ public:
     // Uploaded models need both buffers and the model program, else nothing is drawn.
     void DrawModel(ModelRecord* model, float px, float py, float pz, float rx, float ry, float rz) override;
 
+    // Draws whatever is pending, so the frame can be read back before Present.
+    void Flush() {}
+
     SDL_GLContext context = nullptr;
 
 private:
