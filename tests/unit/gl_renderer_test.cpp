@@ -54,12 +54,13 @@ protected:
         TTF_Quit();
         SDL_Quit();
     }
-    static Color Pixel(int x, int y) {
+    Color Pixel(int x, int y) const {
+        renderer->Flush();
         uint8_t p[4] = {};
         glReadPixels(x, 479 - y, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, p);
         return Color{p[0], p[1], p[2], p[3]};
     }
-    static void Expect(const std::vector<Probe>& probes) {
+    void Expect(const std::vector<Probe>& probes) const {
         for (const Probe& p : probes) {
             EXPECT_TRUE(SameColor(Pixel(p.x, p.y), p.want)) << " at (" << p.x << "," << p.y << ")";
         }
