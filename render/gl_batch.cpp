@@ -3,12 +3,17 @@
 #include <SDL.h>
 
 #include <algorithm>
+#include <climits>
+#include <cmath>
+#include <cstring>
 #include <utility>
 
 #include "engine/engine.h"
 
-// Past this many vertices a run is drawn anyway, which bounds the array.
-static const size_t kMaxVertices = 1 << 16;
+// Past this many vertices the recording is drawn anyway, which bounds the arrays.
+static const size_t kMaxVertices = 1 << 20;
+// Covering is tracked in square cells of this many pixels a side.
+static const int kCell = 8;
 
 bool GLBatch::Key::operator==(const Key& other) const {
     const bool sameClip = clip.x == other.clip.x && clip.y == other.clip.y && clip.w == other.clip.w &&
@@ -17,8 +22,9 @@ bool GLBatch::Key::operator==(const Key& other) const {
            (!scissor || sameClip) && lineWidth == other.lineWidth;
 }
 
-GLBatch::GLBatch() : key_{GL_QUADS, 0, true, false, {0, 0, 0, 0}, 1.0f} {
+GLBatch::GLBatch() {
     vertices_.reserve(4096);
+    primitives_.reserve(1024);
 }
 
 void GLBatch::SetClip(const Rect* rect) {
@@ -40,11 +46,27 @@ void GLBatch::SetBlendMode(int mode) {
     }
 }
 
-void GLBatch::Join(const Key& key) {
-    if (!vertices_.empty() && (!(key == key_) || vertices_.size() >= kMaxVertices)) {
+void GLBatch::SetPixelSpace(bool on) {
+    Flush();
+    pixelSpace_ = on;
+}
+
+static int32_t Floor(float f) {
+    return f <= static_cast<float>(INT_MIN) ? INT_MIN : f >= static_cast<float>(INT_MAX) ? INT_MAX
+                                                                                           : static_cast<int32_t>(std::floor(f));
+}
+
+static int32_t Ceil(float f) {
+    return f <= static_cast<float>(INT_MIN) ? INT_MIN : f >= static_cast<float>(INT_MAX) ? INT_MAX
+                                                                                           : static_cast<int32_t>(std::ceil(f));
+}
+
+void GLBatch::Add(const Key& key, float x0, float y0, float x1, float y1, bool covers) {
+    if (vertices_.size() >= kMaxVertices) {
         Flush();
     }
-    key_ = key;
+    const uint32_t first = static_cast<uint32_t>(vertices_.size());
+    primitives_.push_back(Primitive{key, first, 0, Floor(x0), Floor(y0), Ceil(x1), Ceil(y1), covers});
 }
 
 void GLBatch::Rectangle(float x0, float y0, float x1, float y1, Color color, GLuint texture, float u0, float v0,
@@ -76,21 +98,79 @@ void GLBatch::Rectangle(float x0, float y0, float x1, float y1, Color color, GLu
     } else if (x0 == x1 || y0 == y1) {
         return;
     }
-    Join(Key{GL_QUADS, texture, texture != 0 || color.a != 255 || !blendOn_ || !alphaBlendFunc_, false, clip_, 1.0f});
+    // Blending off changes nothing at alpha 255 and spares the rasteriser reading what lies below.
+    const bool opaque = texture == 0 && (!blendOn_ || (alphaBlendFunc_ && color.a == 255));
+    const bool whole = x0 == std::floor(x0) && y0 == std::floor(y0) && x1 == std::floor(x1) && y1 == std::floor(y1);
+    Add(Key{GL_QUADS, texture, !opaque || !blendOn_, false, clip_, 1.0f}, x0, y0, x1, y1, opaque && whole);
     vertices_.push_back({x0, y0, u0, v0, color});
     vertices_.push_back({x1, y0, u1, v0, color});
     vertices_.push_back({x1, y1, u1, v1, color});
     vertices_.push_back({x0, y1, u0, v1, color});
+    primitives_.back().count = 4;
 }
 
 void GLBatch::BeginShape(GLenum mode, Color color, float lineWidth) {
     texturing_ = false;
     shapeColor_ = color;
-    Join(Key{mode, 0, color.a != 255 || !blendOn_ || !alphaBlendFunc_, clipOn_, clip_, lineWidth});
+    const bool opaque = !blendOn_ || (alphaBlendFunc_ && color.a == 255);
+    Add(Key{mode, 0, !opaque || !blendOn_, clipOn_, clip_, lineWidth}, static_cast<float>(INT_MAX),
+        static_cast<float>(INT_MAX), static_cast<float>(INT_MIN), static_cast<float>(INT_MIN), false);
 }
 
 void GLBatch::Vertex(float x, float y) {
     vertices_.push_back({x, y, 0.0f, 0.0f, shapeColor_});
+    Primitive& p = primitives_.back();
+    ++p.count;
+    // Wide lines and the rasteriser's rounding reach past the vertices.
+    const float reach = p.key.lineWidth * 0.5f + 1.0f;
+    p.x0 = std::min(p.x0, Floor(x - reach));
+    p.y0 = std::min(p.y0, Floor(y - reach));
+    p.x1 = std::max(p.x1, Ceil(x + reach));
+    p.y1 = std::max(p.y1, Ceil(y + reach));
+}
+
+bool GLBatch::AllCovered(int x0, int y0, int x1, int y1, int columns) const {
+    for (int row = y0 / kCell; row < (y1 + kCell - 1) / kCell; ++row) {
+        const uint8_t* cells = &covered_[static_cast<size_t>(row) * static_cast<size_t>(columns)];
+        for (int column = x0 / kCell; column < (x1 + kCell - 1) / kCell; ++column) {
+            if (!cells[column]) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+void GLBatch::CullCovered() {
+    const int width = std::max(g_windowWidth, 0), height = std::max(g_windowHeight, 0);
+    const int columns = (width + kCell - 1) / kCell, rows = (height + kCell - 1) / kCell;
+    covered_.assign(static_cast<size_t>(columns) * static_cast<size_t>(rows), 0);
+    // Back to front: what a later opaque fill covers is hidden from everything before it.
+    for (size_t i = primitives_.size(); i-- > 0;) {
+        Primitive& p = primitives_[i];
+        int x0 = std::max(p.x0, 0), y0 = std::max(p.y0, 0);
+        int x1 = std::min(p.x1, width), y1 = std::min(p.y1, height);
+        if (p.key.scissor) {
+            const Rect& c = p.key.clip;
+            x0 = std::max(x0, c.x), y0 = std::max(y0, c.y);
+            x1 = static_cast<int>(std::min<int64_t>(x1, static_cast<int64_t>(c.x) + c.w));
+            y1 = static_cast<int>(std::min<int64_t>(y1, static_cast<int64_t>(c.y) + c.h));
+        }
+        if (x0 >= x1 || y0 >= y1 || AllCovered(x0, y0, x1, y1, columns)) {
+            p.count = 0;
+            continue;
+        }
+        if (!p.covers) {
+            continue;
+        }
+        // Cells wholly inside it; the window's edge stands in for a cell's missing part.
+        const int c0 = (x0 + kCell - 1) / kCell, c1 = x1 >= width ? columns : x1 / kCell;
+        const int r0 = (y0 + kCell - 1) / kCell, r1 = y1 >= height ? rows : y1 / kCell;
+        for (int row = r0; row < r1 && c0 < c1; ++row) {
+            std::memset(&covered_[static_cast<size_t>(row) * static_cast<size_t>(columns) + c0], 1,
+                        static_cast<size_t>(c1 - c0));
+        }
+    }
 }
 
 void GLBatch::ApplyScissor(bool on, const Rect& rect) const {
@@ -103,40 +183,67 @@ void GLBatch::ApplyScissor(bool on, const Rect& rect) const {
     glScissor(rect.x, g_windowHeight - rect.y - rect.h, rect.w, rect.h);
 }
 
-void GLBatch::Flush() {
-    if (vertices_.empty()) {
-        return;
-    }
-    ApplyScissor(key_.scissor, key_.clip);
-    if (key_.texture != 0) {
+void GLBatch::DrawRun(const Key& key, uint32_t first, uint32_t count) const {
+    ApplyScissor(key.scissor, key.clip);
+    if (key.texture != 0) {
         glEnable(GL_TEXTURE_2D);
-        glBindTexture(GL_TEXTURE_2D, key_.texture);
+        glBindTexture(GL_TEXTURE_2D, key.texture);
     } else {
         glDisable(GL_TEXTURE_2D);
     }
-    if (key_.mode == GL_LINES) {
-        glLineWidth(key_.lineWidth);
+    if (key.mode == GL_LINES) {
+        glLineWidth(key.lineWidth);
     }
-    if (!key_.blend) {
+    if (!key.blend) {
         glDisable(GL_BLEND);
     }
-    const BatchVertex* first = vertices_.data();
+    const BatchVertex* v = &vertices_[first];
     glEnableClientState(GL_VERTEX_ARRAY);
     glEnableClientState(GL_COLOR_ARRAY);
-    glVertexPointer(2, GL_FLOAT, sizeof(BatchVertex), &first->x);
-    glColorPointer(4, GL_UNSIGNED_BYTE, sizeof(BatchVertex), &first->color);
-    if (key_.texture != 0) {
+    glVertexPointer(2, GL_FLOAT, sizeof(BatchVertex), &v->x);
+    glColorPointer(4, GL_UNSIGNED_BYTE, sizeof(BatchVertex), &v->color);
+    if (key.texture != 0) {
         glEnableClientState(GL_TEXTURE_COORD_ARRAY);
-        glTexCoordPointer(2, GL_FLOAT, sizeof(BatchVertex), &first->u);
+        glTexCoordPointer(2, GL_FLOAT, sizeof(BatchVertex), &v->u);
     }
-    glDrawArrays(key_.mode, 0, static_cast<GLsizei>(vertices_.size()));
+    glDrawArrays(key.mode, 0, static_cast<GLsizei>(count));
     glDisableClientState(GL_TEXTURE_COORD_ARRAY);
     glDisableClientState(GL_COLOR_ARRAY);
     glDisableClientState(GL_VERTEX_ARRAY);
-    if (!key_.blend) {
+    if (!key.blend) {
         glEnable(GL_BLEND);
     }
+}
+
+void GLBatch::Flush() {
+    if (primitives_.empty()) {
+        return;
+    }
+    if (pixelSpace_) {
+        CullCovered();
+    }
+    // What is left is packed to the front of the array, run by run.
+    uint32_t written = 0, runFirst = 0;
+    const Key* run = nullptr;
+    for (const Primitive& p : primitives_) {
+        if (p.count == 0) {
+            continue;
+        }
+        if (run && !(p.key == *run)) {
+            DrawRun(*run, runFirst, written - runFirst);
+            runFirst = written;
+        }
+        run = &p.key;
+        if (p.first != written) {
+            std::memmove(&vertices_[written], &vertices_[p.first], p.count * sizeof(BatchVertex));
+        }
+        written += p.count;
+    }
+    if (run) {
+        DrawRun(*run, runFirst, written - runFirst);
+    }
     vertices_.clear();
+    primitives_.clear();
 }
 
 void GLBatch::Sync() {

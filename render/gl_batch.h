@@ -1,13 +1,15 @@
-// The GL renderer's 2D drawing, collected into a client-side vertex array and drawn with one
-// glDrawArrays per run of primitives that share a mode, texture, line width and blend need, instead of
-// one immediate-mode call per vertex. Rectangles (fills, glyphs, textured quads, straight one-pixel
-// lines) are clipped here on the CPU, exactly, so a clip change does not end their run; other
-// primitives keep the scissor test. A run is drawn when the next primitive cannot join it, and by
-// Flush or Sync; whoever else looks at or changes GL state (clear, present, 3D, read-back) syncs first.
+// The GL renderer's 2D drawing, recorded into a client-side vertex array and drawn at the next flush
+// with one glDrawArrays per run of primitives that share a mode, texture, line width and blend need,
+// instead of one immediate-mode call per vertex. Recording first lets the flush skip every primitive
+// that later opaque fills cover completely (in a stack of windows most of them): its pixels would be
+// overwritten anyway. Rectangles (fills, glyphs, textured quads, straight one-pixel lines) are clipped
+// here on the CPU, exactly, so a clip change does not end their run; other primitives keep the scissor
+// test. Whoever else looks at or changes GL state (clear, present, 3D, read-back) syncs first.
 #pragma once
 
 #include <SDL_opengl.h>
 
+#include <cstdint>
 #include <vector>
 
 #include "render/draw_types.h"
@@ -22,6 +24,8 @@ public:
     void SetTexturing(bool on);
     // Follows the renderer's blend mode (SDL numbers), so opaque fills can be drawn without blending.
     void SetBlendMode(int mode);
+    // Whether coordinates are window pixels (the 2D projection), which covering primitives needs.
+    void SetPixelSpace(bool on);
 
     // The rectangle from (x0, y0) to (x1, y1) in one colour; with a texture, its (u0, v0)-(u1, v1) part.
     void Rectangle(float x0, float y0, float x1, float y1, Color color, GLuint texture = 0, float u0 = 0.0f,
@@ -30,7 +34,7 @@ public:
     void BeginShape(GLenum mode, Color color, float lineWidth = 1.0f);
     void Vertex(float x, float y);
 
-    // Draws what is pending.
+    // Draws what is recorded.
     void Flush();
     // Flush, then leaves the scissor test and texturing as the drawing calls asked for them.
     void Sync();
@@ -49,15 +53,26 @@ private:
         float lineWidth;
         bool operator==(const Key& other) const;
     };
-    void Join(const Key& key);
+    struct Primitive {
+        Key key;
+        uint32_t first, count;
+        int32_t x0, y0, x1, y1;  // the pixels it may touch
+        bool covers;             // writes every pixel of its box opaquely
+    };
+    void Add(const Key& key, float x0, float y0, float x1, float y1, bool covers);
+    void CullCovered();
+    bool AllCovered(int x0, int y0, int x1, int y1, int columns) const;
+    void DrawRun(const Key& key, uint32_t first, uint32_t count) const;
     void ApplyScissor(bool on, const Rect& rect) const;
 
     std::vector<BatchVertex> vertices_;
-    Key key_;
+    std::vector<Primitive> primitives_;
+    std::vector<uint8_t> covered_;  // cells of 8x8 window pixels that later opaque fills cover
     Color shapeColor_ = {0, 0, 0, 0};
     bool clipOn_ = false;
     Rect clip_ = {0, 0, 0, 0};
     bool texturing_ = true;
     bool blendOn_ = false;
     bool alphaBlendFunc_ = false;
+    bool pixelSpace_ = false;
 };

@@ -302,6 +302,7 @@ void GLRenderer::UpdateViewportScale() {
 
 void GLRenderer::Begin2D() {
     batch_.Sync();
+    batch_.SetPixelSpace(true);
     glViewport(0, 0, g_windowWidth, g_windowHeight);
     glMatrixMode(GL_PROJECTION);
     glLoadIdentity();
@@ -324,12 +325,14 @@ static void LoadFrustum(float halfWidth, float halfHeight, float zNear, float zF
 
 void GLRenderer::SetPerspective(float fovX, float fovY, float zNear, float zFar) {
     batch_.Sync();
+    batch_.SetPixelSpace(false);
     LoadFrustum(std::tan(fovX * kDegToRad * 0.5f) * zNear, std::tan(fovY * kDegToRad * 0.5f) * zNear, zNear,
                 zFar);
 }
 
 void GLRenderer::Begin3D(int x, int y, int w, int h, float fov, float zNear, float zFar) {
     batch_.Sync();
+    batch_.SetPixelSpace(false);
     batch_.SetTexturing(true);
     glViewport(x, g_windowHeight - y - h, w, h);
     // The horizontal extent takes fov as given; only the vertical one uses a sane angle.
