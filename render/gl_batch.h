@@ -4,7 +4,8 @@
 // that later opaque fills cover completely (in a stack of windows most of them): its pixels would be
 // overwritten anyway. Rectangles (fills, glyphs, textured quads, straight one-pixel lines) are clipped
 // here on the CPU, exactly, so a clip change does not end their run; other primitives keep the scissor
-// test. Whoever else looks at or changes GL state (clear, present, 3D, read-back) syncs first.
+// test. Primitives that do not overlap may join an earlier run of their kind. Whoever else looks at or
+// changes GL state (clear, present, 3D, read-back) syncs first.
 #pragma once
 
 #include <SDL_opengl.h>
@@ -59,6 +60,11 @@ private:
         int32_t x0, y0, x1, y1;  // the pixels it may touch
         bool covers;             // writes every pixel of its box opaquely
     };
+    struct Run {
+        Key key;
+        uint32_t first, count;
+        int32_t x0, y0, x1, y1;  // the pixels its primitives may touch
+    };
     void Add(const Key& key, float x0, float y0, float x1, float y1, bool covers);
     void CullCovered();
     bool AllCovered(int x0, int y0, int x1, int y1, int columns) const;
@@ -67,6 +73,9 @@ private:
 
     std::vector<BatchVertex> vertices_;
     std::vector<Primitive> primitives_;
+    std::vector<Run> runs_;
+    std::vector<uint32_t> runOf_;    // the run each primitive is drawn in
+    std::vector<BatchVertex> drawn_;  // the vertices run by run
     std::vector<uint8_t> covered_;  // cells of 8x8 window pixels that later opaque fills cover
     Color shapeColor_ = {0, 0, 0, 0};
     bool clipOn_ = false;
