@@ -59,12 +59,13 @@ FPSCounter* CreateFpsCounter(Panel* layer) {
     return counter;
 }
 
-void ApplyToolFps(int32_t value) {
+// The "tool_fps" change: shows the readout for a non-zero value, hides it for 0; nothing without one.
+void OnToolFpsChanged(CVar* var) {
     FPSCounter* counter = g_fpsCounter;
     if (!counter) {
         return;
     }
-    if (value != 0) {
+    if (var->intValue != 0) {
         ShowPanel(counter);
     } else {
         HidePanel(counter);

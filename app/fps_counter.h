@@ -21,5 +21,3 @@ extern FPSCounter* g_fpsCounter;
 
 // Makes "fps_counter" on the given layer with its amber font, shown as "tool_fps" says.
 FPSCounter* CreateFpsCounter(Panel* layer);
-// The "tool_fps" change: shows the readout for a non-zero value, hides it for 0; nothing without one.
-void ApplyToolFps(int32_t value);

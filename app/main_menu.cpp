@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "console/command_system.h"
 #include "ui/button.h"
 #include "ui/root_panel.h"
 
@@ -49,3 +50,15 @@ void MainMenu::HandleCommand(const std::string& text) {
     }
     Panel::HandleCommand(text);
 }
+
+static void Cmd_ShowMainMenu(const CommandLine&) {
+    if (g_rootPanel) {
+        g_rootPanel->ShowLayer(kLayerMenus);
+    }
+    if (g_mainMenu) {
+        ShowPanel(g_mainMenu);
+    }
+}
+
+static CommandReg s_showMainMenu("show_mainmenu", Cmd_ShowMainMenu,
+                                 "show_mainmenu - shows the main application menu", 20);

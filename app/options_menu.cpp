@@ -5,7 +5,6 @@
 
 #include "console/command_system.h"
 #include "console/cvars.h"
-#include "engine/engine.h"
 #include "render/renderer.h"
 #include "ui/button.h"
 #include "ui/root_panel.h"
@@ -118,3 +117,17 @@ void OptionsMenu::HandleCommand(const std::string& text) {
         Panel::HandleCommand(text);
     }
 }
+
+// The options menu lives on the menus layer; the layer shows even while there is no menu on it.
+static void Cmd_OpenOptionsMenu(const CommandLine&) {
+    if (g_rootPanel) {
+        g_rootPanel->ShowLayer(kLayerMenus);
+    }
+    if (g_optionsMenu) {
+        ShowPanel(g_optionsMenu);
+        KeepOnRoot(g_optionsMenu, kOptionsHomeX, kOptionsHomeY);
+    }
+}
+
+static CommandReg s_openOptionsMenu("open_optionsmenu", Cmd_OpenOptionsMenu, "open_optionsmenu - opens the options menu",
+                                    30);

@@ -1,12 +1,9 @@
 #include "console/command_system.h"
 
+#include <climits>
 #include <cstdlib>
-#include <cstring>
-#include <locale>
-#include <sstream>
 
 #include "console/cvar.h"
-#include "console/panel_commands.h"
 #include "engine/console_output.h"
 #include "engine/engine.h"
 #include "engine/registry.h"
@@ -16,29 +13,14 @@ std::vector<std::string> g_commandQueue;
 // The lines being run; swapped with the queue so that neither vector reallocates in steady state.
 static std::vector<std::string> s_runningQueue;
 
-CommandLine SplitCommandLine(const std::string& line) {
-    CommandLine result;
-    std::istringstream in(line);
-    in.imbue(std::locale::classic());
-    if (!(in >> result.name)) {
-        result.name.clear();
-        return result;
-    }
-    in >> std::ws;
-    std::getline(in, result.args);
+// Constant-initialised, so nodes of any translation unit can push before or after this file's statics.
+static CommandReg* s_commandHead = nullptr;
 
-    const size_t first = result.args.find('"');
-    if (first == std::string::npos) {
-        return result;
-    }
-    const size_t last = result.args.rfind('"');
-    if (first == last) {
-        // An unbalanced quote drops the value rather than guessing where it ends.
-        result.args.clear();
-    } else {
-        result.args = result.args.substr(first + 1, last - first - 1);
-    }
-    return result;
+CommandReg::CommandReg(const char* regName, CommandFn regRun) : CommandReg(regName, regRun, nullptr, 0) {}
+
+CommandReg::CommandReg(const char* regName, CommandFn regRun, const char* regHelp, int regHelpOrder)
+    : name(regName), run(regRun), help(regHelp), helpOrder(regHelpOrder), next(s_commandHead) {
+    s_commandHead = this;
 }
 
 static void Cmd_TestCmd(const CommandLine&) {
@@ -65,27 +47,13 @@ static void Cmd_Fps(const CommandLine&) {
     ConMsg("FPS: %i\n", g_fps);
 }
 
-struct BuiltinCommand {
-    const char* name;
-    void (*run)(const CommandLine& line);
-};
-
-// Compared in this order; the first exact match runs.
-static const BuiltinCommand kBuiltinCommands[] = {
-    {"testcmd", Cmd_TestCmd},
-    {"list_cmd", Cmd_ListCmd},
-    {"list_cvar", Cmd_ListCvar},
-    {"force_exit", Cmd_ForceExit},
-    {"exit", Cmd_Quit},
-    {"quit", Cmd_Quit},
-    {"show_console", Cmd_ShowConsole},
-    {"show_mainmenu", Cmd_ShowMainMenu},
-    {"open_optionsmenu", Cmd_OpenOptionsMenu},
-    {"test_create_panel", Cmd_TestCreatePanel},
-    {"test_create_form", Cmd_TestCreateForm},
-    {"test_destroy_panel", Cmd_TestDestroyPanel},
-    {"fps", Cmd_Fps},
-};
+static CommandReg s_testCmd("testcmd", Cmd_TestCmd);
+static CommandReg s_listCmd("list_cmd", Cmd_ListCmd);
+static CommandReg s_listCvar("list_cvar", Cmd_ListCvar);
+static CommandReg s_forceExit("force_exit", Cmd_ForceExit);
+static CommandReg s_exit("exit", Cmd_Quit, "exit/quit - closes the application", 10);
+static CommandReg s_quit("quit", Cmd_Quit);
+static CommandReg s_fps("fps", Cmd_Fps);
 
 void CommandSystem::ExecuteQueue() {
     // A command that runs the queue itself must not swap the lines being walked.
@@ -105,14 +73,21 @@ void CommandSystem::ExecuteQueue() {
 }
 
 void CommandSystem::ListCommands() {
-    static const char* const kHelp[] = {
-        "exit/quit - closes the application",
-        "show_mainmenu - shows the main application menu",
-        "open_optionsmenu - opens the options menu",
-    };
     ConMsg("Commands:\n");
-    for (const char* text : kHelp) {
-        ConMsg("%s\n", text);
+    // Help lines in ascending helpOrder: a few nodes, walked once per line, with nothing to allocate.
+    int printed = INT_MIN;
+    for (;;) {
+        const CommandReg* nextLine = nullptr;
+        for (const CommandReg* node = s_commandHead; node; node = node->next) {
+            if (node->help && node->helpOrder > printed && (!nextLine || node->helpOrder < nextLine->helpOrder)) {
+                nextLine = node;
+            }
+        }
+        if (!nextLine) {
+            return;
+        }
+        ConMsg("%s\n", nextLine->help);
+        printed = nextLine->helpOrder;
     }
 }
 
@@ -121,9 +96,9 @@ void CommandSystem::Execute(const char* line) {
         line = "";
     }
     const CommandLine parsed = SplitCommandLine(line);
-    for (const BuiltinCommand& command : kBuiltinCommands) {
-        if (parsed.name == command.name) {
-            command.run(parsed);
+    for (const CommandReg* node = s_commandHead; node; node = node->next) {
+        if (parsed.name == node->name) {
+            node->run(parsed);
             return;
         }
     }

@@ -1,23 +1,34 @@
 // The command system: lines queued with CommandGlobal() run once per frame near the end of the frame.
-// A line names a built-in command; any other line goes to the host's fallback handler, or is reported
+// A line names a registered command; any other line goes to the host's fallback handler, or is reported
 // as "Unknown command: <name>". Published as "CommandSystemV1".
+//
+// A command is declared beside the code it runs, with a static CommandReg node:
+//     static void Cmd_Fps(const CommandLine&) { ConMsg("FPS: %i\n", g_fps); }
+//     static CommandReg s_fpsCommand("fps", Cmd_Fps);
 #pragma once
 
 #include <string>
 #include <vector>
 
+#include "console/tokenizer.h"
 #include "engine/api.h"
 
 typedef void (*CommandFallbackFn)(const char* line);
+typedef void (*CommandFn)(const CommandLine& line);
 
-struct CommandLine {
-    std::string name;  // the first word
-    std::string args;  // the rest of the line, with the quoting rule applied
+// One registered command: a static node pushed onto the command list at static initialisation. Names
+// are unique, so the order of the list decides nothing but the help listing, which goes by helpOrder.
+struct CommandReg {
+    CommandReg(const char* name, CommandFn run);
+    // A command listed by "list_cmd": its help line, and its place in the listing (lowest first).
+    CommandReg(const char* name, CommandFn run, const char* help, int helpOrder);
+
+    const char* name;
+    CommandFn run;
+    const char* help;
+    int helpOrder;
+    CommandReg* next;
 };
-
-// Splits "name rest of line". The rest loses surrounding text by the quote rule: no quote keeps it as
-// read, one quote empties it, two or more keep what lies between the first and the last quote.
-CommandLine SplitCommandLine(const std::string& line);
 
 class ICommandSystem {
 public:
@@ -28,7 +39,7 @@ public:
     virtual void ListCommands() = 0;
     // Splits and dispatches one line at once.
     virtual void Execute(const char* line) = 0;
-    // Lines that name no built-in command go to this handler (null: they are reported unknown).
+    // Lines that name no registered command go to this handler (null: they are reported unknown).
     virtual void SetFallbackHandler(CommandFallbackFn handler) = 0;
 };
 

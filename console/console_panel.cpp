@@ -3,7 +3,6 @@
 #include "console/command_system.h"
 #include "console/cvar.h"
 #include "engine/console_output.h"
-#include "engine/engine.h"
 #include "input/input_system.h"
 #include "ui/button.h"
 #include "ui/rich_text_box.h"
@@ -73,21 +72,21 @@ void ConsolePanel::Update() {
     if (!in->wantTextInput || !visible) {
         return;
     }
-    if (in->keysPressed[kTextKeyReturn]) {
+    if (in->keysPressed[SDL_SCANCODE_RETURN]) {
         HandleCommand("cmd_submit");
     }
     if (history.empty() || focusedChild != input) {
         return;
     }
     const int32_t last = static_cast<int32_t>(history.size()) - 1;
-    if (in->keysPressed[kTextKeyUp]) {
+    if (in->keysPressed[SDL_SCANCODE_UP]) {
         // Leaving the draft slot keeps what was being typed there.
         if (historyIndex == last) {
             history.back() = input->text;
         }
         historyIndex = historyIndex > 0 ? historyIndex - 1 : 0;
         RecallHistory();
-    } else if (in->keysPressed[kTextKeyDown] && historyIndex != last) {
+    } else if (in->keysPressed[SDL_SCANCODE_DOWN] && historyIndex != last) {
         historyIndex = historyIndex < last ? historyIndex + 1 : last;
         RecallHistory();
     }
@@ -201,3 +200,27 @@ void CreateConsolePanel() {
         console->Unfocus();
     }
 }
+
+static Panel* CurrentConsole() {
+    return g_consolePanel;
+}
+
+static void ApplyConsoleVisibility() {
+    if (g_consolePanel) {
+        g_consolePanel->ApplyVisibility();
+    }
+}
+
+// The root's console keys: grave toggles the console, Alt+grave makes sure one exists and opens it.
+static ConsoleHooks s_consoleHooks(CurrentConsole, CreateConsolePanel, ApplyConsoleVisibility);
+
+static void Cmd_ShowConsole(const CommandLine&) {
+    ConsolePanel* console = g_consolePanel;
+    if (!console) {
+        return;
+    }
+    console->visible = true;
+    console->ApplyVisibility();
+}
+
+static CommandReg s_showConsole("show_console", Cmd_ShowConsole);

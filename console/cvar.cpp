@@ -8,7 +8,7 @@
 #include <locale>
 #include <sstream>
 
-#include "console/command_system.h"
+#include "console/tokenizer.h"
 #include "engine/console_output.h"
 #include "engine/registry.h"
 

@@ -1,30 +1,5 @@
 #include "console/cvars.h"
 
-#include "app/fps_counter.h"
-#include "engine/engine.h"
-#include "render/renderer.h"
-#include "render/shader_program.h"
-
-static void OnFrameDelayChanged(CVar* var) {
-    g_frameDelay = ClampFrameDelay(var->intValue);
-}
-
-// Clearing is read every frame from the value itself; nothing to apply on change.
-static void OnRenderClearChanged(CVar*) {}
-
-static void OnViewportChanged(CVar*) {
-    UpdateViewportIfReady();
-}
-
-static void OnToolFpsChanged(CVar* var) {
-    ApplyToolFps(var->intValue);
-}
-
-// Every write rebuilds, whatever the value: writing the same value again is how a shader is retried.
-static void OnShaderReload(CVar*) {
-    ReloadModelShader();
-}
-
 CVar cv_shader_reload("shader_reload", "0", false, OnShaderReload);
 CVar cv_enable_screen_keyboard("enable_screen_keyboard", "1", true);
 CVar cv_frame_delay("frame_delay", "1", true, OnFrameDelayChanged);

@@ -3,6 +3,7 @@
 #include <SDL.h>
 #include <SDL_ttf.h>
 
+#include "app/interface.h"
 #include "console/command_system.h"
 #include "console/cvars.h"
 #include "engine/console_output.h"
@@ -15,12 +16,6 @@
 #include "ui/root_panel.h"
 
 bool g_quit = false;
-SDL_Window* g_window = nullptr;
-int32_t g_windowWidth = 0;
-int32_t g_windowHeight = 0;
-IRenderer* g_renderer = nullptr;
-bool g_rendererReady = false;
-RootPanel* g_rootPanel = nullptr;
 uint32_t g_frameDelay = 1;
 int32_t g_fps = 0;
 uint32_t g_fpsFrames = 0;
@@ -38,6 +33,13 @@ uint32_t ClampFrameDelay(int32_t milliseconds) {
     }
     return milliseconds > 1000 ? 1000u : static_cast<uint32_t>(milliseconds);
 }
+
+void OnFrameDelayChanged(CVar* var) {
+    g_frameDelay = ClampFrameDelay(var->intValue);
+}
+
+// Clearing is read every frame from the value itself; nothing to apply on change.
+void OnRenderClearChanged(CVar*) {}
 
 // The registry node is created by the first call only and keeps that renderer's pointer.
 static void PublishRenderer(IRenderer* renderer) {
@@ -179,6 +181,7 @@ extern "C" VORMI_API int EngineMain(void) {
     g_modelMgr->Init();
     g_inputSystem->Init();
     CreateRootPanel();
+    BuildInterface(g_rootPanel);
 
     g_engineCommon->rootPanel = g_rootPanel;
     g_engineCommon->CallStartHook();

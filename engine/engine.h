@@ -1,16 +1,15 @@
-// The engine entry point and the engine-wide state the frame loop shares with the subsystems.
+// The engine entry point and the frame loop's own state. The loop's other state lives with its owners:
+// the window, its size and the renderer in render/renderer.h, the root panel in ui/root_panel.h.
 #pragma once
 
 #include <cstdint>
 
 #include "engine/api.h"
 
-struct SDL_Window;
-class IRenderer;
-class RootPanel;
-
 extern "C" {
-// Runs the engine until a quit is requested. 0 after a normal quit, 1 when start-up failed.
+// Runs the engine until a quit is requested. 0 after a normal quit, 1 when start-up failed. Call it
+// once per process: the subsystems are static objects that a second run would find in their end state,
+// and the "RendererV1" entry keeps the first run's renderer.
 VORMI_API int EngineMain(void);
 }
 
@@ -18,12 +17,6 @@ VORMI_API int EngineMain(void);
 bool Init_Video();
 
 extern bool g_quit;
-extern SDL_Window* g_window;
-extern int32_t g_windowWidth;
-extern int32_t g_windowHeight;
-extern IRenderer* g_renderer;
-extern bool g_rendererReady;
-extern RootPanel* g_rootPanel;
 extern uint32_t g_frameDelay;
 extern int32_t g_fps;
 extern uint32_t g_fpsFrames;

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <utility>
 
-#include "engine/engine.h"
+#include "render/renderer.h"
 
 // Past this many vertices the recording is drawn anyway, which bounds the arrays.
 static const size_t kMaxVertices = 1 << 20;

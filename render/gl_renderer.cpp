@@ -6,7 +6,7 @@
 
 #include "console/cvars.h"
 #include "engine/console_output.h"
-#include "engine/engine.h"
+#include "render/renderer.h"
 #include "render/shader_program.h"
 #include "resources/font_system.h"
 #include "resources/model_mgr.h"
@@ -18,43 +18,15 @@ static const float kTwoPi = 6.2831855f;
 static const float kDegToRad = 0.017453292f;
 static const float kRadToDeg = 57.295776f;
 
-template <typename T>
-static bool Fetch(T& entry, const char* name) {
-    entry = reinterpret_cast<T>(SDL_GL_GetProcAddress(name));
-    return entry != nullptr;
-}
-
 bool LoadGLFunctions() {
     GLFunctions f = {};
     // Every entry point is fetched, so one missing name does not hide the others from a debugger.
     bool ok = true;
-    ok &= Fetch(f.GenBuffers, "glGenBuffers");
-    ok &= Fetch(f.BindBuffer, "glBindBuffer");
-    ok &= Fetch(f.BufferData, "glBufferData");
-    ok &= Fetch(f.DeleteBuffers, "glDeleteBuffers");
-    ok &= Fetch(f.EnableVertexAttribArray, "glEnableVertexAttribArray");
-    ok &= Fetch(f.VertexAttribPointer, "glVertexAttribPointer");
-    ok &= Fetch(f.DisableVertexAttribArray, "glDisableVertexAttribArray");
-    ok &= Fetch(f.GetAttribLocation, "glGetAttribLocation");
-    ok &= Fetch(f.CreateShader, "glCreateShader");
-    ok &= Fetch(f.ShaderSource, "glShaderSource");
-    ok &= Fetch(f.CompileShader, "glCompileShader");
-    ok &= Fetch(f.GetShaderiv, "glGetShaderiv");
-    ok &= Fetch(f.GetShaderInfoLog, "glGetShaderInfoLog");
-    ok &= Fetch(f.DeleteShader, "glDeleteShader");
-    ok &= Fetch(f.CreateProgram, "glCreateProgram");
-    ok &= Fetch(f.AttachShader, "glAttachShader");
-    ok &= Fetch(f.LinkProgram, "glLinkProgram");
-    ok &= Fetch(f.GetProgramiv, "glGetProgramiv");
-    ok &= Fetch(f.GetProgramInfoLog, "glGetProgramInfoLog");
-    ok &= Fetch(f.UseProgram, "glUseProgram");
-    ok &= Fetch(f.DeleteProgram, "glDeleteProgram");
-    ok &= Fetch(f.GetUniformLocation, "glGetUniformLocation");
-    ok &= Fetch(f.Uniform1i, "glUniform1i");
-    ok &= Fetch(f.Uniform1f, "glUniform1f");
-    ok &= Fetch(f.UniformMatrix4fv, "glUniformMatrix4fv");
-    ok &= Fetch(f.UniformMatrix3fv, "glUniformMatrix3fv");
-    ok &= Fetch(f.Uniform3f, "glUniform3f");
+#define VORMI_GL_FETCH(type, name)                                              \
+    f.name = reinterpret_cast<type>(SDL_GL_GetProcAddress("gl" #name));         \
+    ok &= f.name != nullptr;
+    VORMI_GL_FUNCTIONS(VORMI_GL_FETCH)
+#undef VORMI_GL_FETCH
     // Half a table would let a caller that checks one pointer call a null one.
     g_gl = ok ? f : GLFunctions{};
     return ok;
@@ -69,9 +41,9 @@ static const char* GLText(GLenum name) {
     return text ? reinterpret_cast<const char*>(text) : "";
 }
 
-// Model files are not validated when loaded, and an uploaded model's indices live only on the GPU,
-// where only a robust context keeps a vertex number past the vertex buffer from reading outside it.
-// Drivers without robustness still get an ordinary context.
+// Uploaded indices are checked against the vertex count; a robust context also keeps any other
+// out-of-range fetch on the GPU from reading outside a buffer. Drivers without robustness still get
+// an ordinary context.
 static SDL_GLContext CreateContext() {
     int flags = 0;
     SDL_GL_GetAttribute(SDL_GL_CONTEXT_FLAGS, &flags);
@@ -297,7 +269,7 @@ void GLRenderer::UpdateViewportScale() {
     RefreshViewportScale();
     // The scale only lays out the UI; GL keeps drawing in window pixels.
     glViewport(0, 0, g_windowWidth, g_windowHeight);
-    ResizeRootPanelToWindow();
+    NotifyViewportResized();
 }
 
 void GLRenderer::Begin2D() {
@@ -520,19 +492,16 @@ void GLRenderer::DrawText(int fontId, const char* text, int x, int y) {
     const Color white = {255, 255, 255, 255};
     const float atlasW = F(font->atlas.width);
     const float atlasH = F(font->atlas.height);
-    float pen = F(x);
     const float top = F(y);
-    for (const char* p = text; *p; ++p) {
-        const signed char c = static_cast<signed char>(*p);
-        // Control bytes and every byte of 128 or more (negative as signed) have no glyph.
-        if (c < 32) {
-            continue;
+    WalkText(*font, text, TextAdvance::kGlyphWidth, x, [&](unsigned char c, int64_t pen, int32_t) {
+        if (HasGlyph(c)) {
+            const Rect& g = font->glyphs[c];
+            const float left = static_cast<float>(pen);
+            batch_.Rectangle(left, top, left + F(g.w), top + F(g.h), white, font->atlas.glTexture, F(g.x) / atlasW,
+                             F(g.y) / atlasH, F(g.x + g.w) / atlasW, F(g.y + g.h) / atlasH);
         }
-        const Rect& g = font->glyphs[static_cast<unsigned char>(c)];
-        batch_.Rectangle(pen, top, pen + F(g.w), top + F(g.h), white, font->atlas.glTexture, F(g.x) / atlasW,
-                         F(g.y) / atlasH, F(g.x + g.w) / atlasW, F(g.y + g.h) / atlasH);
-        pen += F(g.w);
-    }
+        return true;
+    });
 }
 
 void GLRenderer::ReservedHook() {}
@@ -560,8 +529,6 @@ void GLRenderer::DrawModel(ModelRecord* model, float px, float py, float pz, flo
     glPopMatrix();
 }
 
-static IRenderer* CreateGLRenderer() {
+IRenderer* NewGLRenderer() {
     return new GLRenderer();
 }
-
-static RendererFactoryNode s_glRendererFactory("GLRenderer", CreateGLRenderer);

@@ -9,36 +9,42 @@
 #include "render/gl_batch.h"
 #include "render/renderer.h"
 
-// Entry points beyond GL 1.1, fetched at run time by LoadGLFunctions. Either all are set or none:
-// a null CreateProgram means GL was never loaded in this process.
+// Entry points beyond GL 1.1, fetched at run time by LoadGLFunctions in this order, each as "gl" + its
+// name. X(type, name) for each; the struct and the loader are both generated from this one list.
+#define VORMI_GL_FUNCTIONS(X)                                      \
+    X(PFNGLGENBUFFERSPROC, GenBuffers)                             \
+    X(PFNGLBINDBUFFERPROC, BindBuffer)                             \
+    X(PFNGLBUFFERDATAPROC, BufferData)                             \
+    X(PFNGLDELETEBUFFERSPROC, DeleteBuffers)                       \
+    X(PFNGLENABLEVERTEXATTRIBARRAYPROC, EnableVertexAttribArray)   \
+    X(PFNGLVERTEXATTRIBPOINTERPROC, VertexAttribPointer)           \
+    X(PFNGLDISABLEVERTEXATTRIBARRAYPROC, DisableVertexAttribArray) \
+    X(PFNGLGETATTRIBLOCATIONPROC, GetAttribLocation)               \
+    X(PFNGLCREATESHADERPROC, CreateShader)                         \
+    X(PFNGLSHADERSOURCEPROC, ShaderSource)                         \
+    X(PFNGLCOMPILESHADERPROC, CompileShader)                       \
+    X(PFNGLGETSHADERIVPROC, GetShaderiv)                           \
+    X(PFNGLGETSHADERINFOLOGPROC, GetShaderInfoLog)                 \
+    X(PFNGLDELETESHADERPROC, DeleteShader)                         \
+    X(PFNGLCREATEPROGRAMPROC, CreateProgram)                       \
+    X(PFNGLATTACHSHADERPROC, AttachShader)                         \
+    X(PFNGLLINKPROGRAMPROC, LinkProgram)                           \
+    X(PFNGLGETPROGRAMIVPROC, GetProgramiv)                         \
+    X(PFNGLGETPROGRAMINFOLOGPROC, GetProgramInfoLog)               \
+    X(PFNGLUSEPROGRAMPROC, UseProgram)                             \
+    X(PFNGLDELETEPROGRAMPROC, DeleteProgram)                       \
+    X(PFNGLGETUNIFORMLOCATIONPROC, GetUniformLocation)             \
+    X(PFNGLUNIFORM1IPROC, Uniform1i)                               \
+    X(PFNGLUNIFORM1FPROC, Uniform1f)                               \
+    X(PFNGLUNIFORMMATRIX4FVPROC, UniformMatrix4fv)                 \
+    X(PFNGLUNIFORMMATRIX3FVPROC, UniformMatrix3fv)                 \
+    X(PFNGLUNIFORM3FPROC, Uniform3f)
+
+// Either all are set or none: a null CreateProgram means GL was never loaded in this process.
 struct GLFunctions {
-    PFNGLGENBUFFERSPROC GenBuffers;
-    PFNGLBINDBUFFERPROC BindBuffer;
-    PFNGLBUFFERDATAPROC BufferData;
-    PFNGLDELETEBUFFERSPROC DeleteBuffers;
-    PFNGLENABLEVERTEXATTRIBARRAYPROC EnableVertexAttribArray;
-    PFNGLVERTEXATTRIBPOINTERPROC VertexAttribPointer;
-    PFNGLDISABLEVERTEXATTRIBARRAYPROC DisableVertexAttribArray;
-    PFNGLGETATTRIBLOCATIONPROC GetAttribLocation;
-    PFNGLCREATESHADERPROC CreateShader;
-    PFNGLSHADERSOURCEPROC ShaderSource;
-    PFNGLCOMPILESHADERPROC CompileShader;
-    PFNGLGETSHADERIVPROC GetShaderiv;
-    PFNGLGETSHADERINFOLOGPROC GetShaderInfoLog;
-    PFNGLDELETESHADERPROC DeleteShader;
-    PFNGLCREATEPROGRAMPROC CreateProgram;
-    PFNGLATTACHSHADERPROC AttachShader;
-    PFNGLLINKPROGRAMPROC LinkProgram;
-    PFNGLGETPROGRAMIVPROC GetProgramiv;
-    PFNGLGETPROGRAMINFOLOGPROC GetProgramInfoLog;
-    PFNGLUSEPROGRAMPROC UseProgram;
-    PFNGLDELETEPROGRAMPROC DeleteProgram;
-    PFNGLGETUNIFORMLOCATIONPROC GetUniformLocation;
-    PFNGLUNIFORM1IPROC Uniform1i;
-    PFNGLUNIFORM1FPROC Uniform1f;
-    PFNGLUNIFORMMATRIX4FVPROC UniformMatrix4fv;
-    PFNGLUNIFORMMATRIX3FVPROC UniformMatrix3fv;
-    PFNGLUNIFORM3FPROC Uniform3f;
+#define VORMI_GL_MEMBER(type, name) type name;
+    VORMI_GL_FUNCTIONS(VORMI_GL_MEMBER)
+#undef VORMI_GL_MEMBER
 };
 
 extern GLFunctions g_gl;

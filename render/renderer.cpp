@@ -5,29 +5,22 @@
 
 #include "console/cvars.h"
 #include "engine/console_output.h"
-#include "engine/engine.h"
 #include "resources/font_system.h"
-#include "ui/root_panel.h"
 
-std::vector<RendererFactory> availableRenderers;
+SDL_Window* g_window = nullptr;
+int32_t g_windowWidth = 0;
+int32_t g_windowHeight = 0;
+IRenderer* g_renderer = nullptr;
+bool g_rendererReady = false;
+void (*g_viewportResizeListener)() = nullptr;
+
+const RendererFactory availableRenderers[kAvailableRendererCount] = {
+    {"SDLRenderer", NewSDLRenderer},
+    {"GLRenderer", NewGLRenderer},
+};
 int32_t selectedRendererIndex = -1;
 int32_t rendererKind = kRendererUnknown;
 float g_viewportScale = 1.0f;
-
-static RendererFactoryNode* s_rendererFactoryHead = nullptr;
-
-// Nodes are kept in kind order, SDL before OpenGL, whatever order the linker runs the files' static
-// initialisers in: the list index is the ID the user sees and the order "switch_renderer" cycles in.
-RendererFactoryNode::RendererFactoryNode(const char* name, IRenderer* (*create)())
-    : factory{name, create}, next(nullptr) {
-    const int32_t kind = RendererKindFromName(name);
-    RendererFactoryNode** link = &s_rendererFactoryHead;
-    while (*link && RendererKindFromName((*link)->factory.name) <= kind) {
-        link = &(*link)->next;
-    }
-    next = *link;
-    *link = this;
-}
 
 int32_t RendererKindFromName(const char* name) {
     static const struct {
@@ -47,7 +40,7 @@ int32_t RendererKindFromName(const char* name) {
 }
 
 static int32_t FindAvailableRenderer(const std::string& name) {
-    for (size_t i = 0; i < availableRenderers.size(); ++i) {
+    for (int32_t i = 0; i < kAvailableRendererCount; ++i) {
         if (name == availableRenderers[i].name) {
             return static_cast<int32_t>(i);
         }
@@ -56,10 +49,6 @@ static int32_t FindAvailableRenderer(const std::string& name) {
 }
 
 void SelectRenderer() {
-    availableRenderers.clear();
-    for (RendererFactoryNode* node = s_rendererFactoryHead; node; node = node->next) {
-        availableRenderers.push_back(node->factory);
-    }
     ConMsg("Available renderers:\n");
     for (const RendererFactory& factory : availableRenderers) {
         ConMsg("-%s\n", factory.name);
@@ -85,9 +74,7 @@ bool CreateSelectedRenderer() {
         delete g_renderer;
         g_renderer = nullptr;
     }
-    if (selectedRendererIndex >= 0 &&
-        selectedRendererIndex < static_cast<int32_t>(availableRenderers.size()) &&
-        availableRenderers[selectedRendererIndex].create) {
+    if (selectedRendererIndex >= 0 && selectedRendererIndex < kAvailableRendererCount) {
         g_renderer = availableRenderers[selectedRendererIndex].create();
     }
     if (!g_renderer) {
@@ -100,11 +87,8 @@ bool CreateSelectedRenderer() {
 }
 
 std::string SwitchRenderer() {
-    if (availableRenderers.empty()) {
-        return std::string();
-    }
     ++selectedRendererIndex;
-    if (selectedRendererIndex < 0 || selectedRendererIndex >= static_cast<int32_t>(availableRenderers.size())) {
+    if (selectedRendererIndex < 0 || selectedRendererIndex >= kAvailableRendererCount) {
         selectedRendererIndex = 0;
     }
     const char* name = availableRenderers[selectedRendererIndex].name;
@@ -120,6 +104,11 @@ void UpdateViewportIfReady() {
     if (g_window && g_rendererReady && g_renderer) {
         g_renderer->UpdateViewportScale();
     }
+}
+
+// "viewport_scale" and "viewport_autoscale" apply at once.
+void OnViewportChanged(CVar*) {
+    UpdateViewportIfReady();
 }
 
 int32_t PixelsToUiUnits(int32_t pixels) {
@@ -171,11 +160,9 @@ float RefreshViewportScale() {
     return scale;
 }
 
-void ResizeRootPanelToWindow() {
-    if (g_rootPanel) {
-        g_rootPanel->height = PixelsToUiUnits(g_windowHeight);
-        g_rootPanel->width = PixelsToUiUnits(g_windowWidth);
-        g_rootPanel->OnResized();
+void NotifyViewportResized() {
+    if (g_viewportResizeListener) {
+        g_viewportResizeListener();
     }
 }
 

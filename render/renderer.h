@@ -58,15 +58,6 @@ struct RendererFactory {
     const char* name;
     IRenderer* (*create)();
 };
-
-// A static node of the renderer list; each renderer's file declares one. The list is ordered by
-// renderer kind (SDLRenderer, then GLRenderer), not by the order the nodes are constructed in.
-struct RendererFactoryNode {
-    RendererFactoryNode(const char* name, IRenderer* (*create)());
-    RendererFactory factory;
-    RendererFactoryNode* next;
-};
-
 // Renderer kinds, decided from the selected name; they pick the window flags.
 enum RendererKind : int32_t {
     kRendererUnknown = 0,
@@ -77,7 +68,18 @@ enum RendererKind : int32_t {
     kRendererVulkan = 5,
 };
 
-extern std::vector<RendererFactory> availableRenderers;
+// The one application window, its drawable size in pixels (refreshed by every viewport update), the
+// active renderer (owned) and whether its initialisation succeeded.
+extern SDL_Window* g_window;
+extern int32_t g_windowWidth;
+extern int32_t g_windowHeight;
+extern IRenderer* g_renderer;
+extern bool g_rendererReady;
+
+// The backends in kind order, SDL first: the index is the ID printed at selection and the order
+// "switch_renderer" cycles in.
+inline constexpr int32_t kAvailableRendererCount = 2;
+extern const RendererFactory availableRenderers[kAvailableRendererCount];
 extern int32_t selectedRendererIndex;
 extern int32_t rendererKind;
 
@@ -106,8 +108,11 @@ float ComputeViewportScale(int width, int height, float requested, bool noClamp,
 // The device-independent half of UpdateViewportScale: reads the window size into g_windowWidth and
 // g_windowHeight, computes the scale from the cvars into g_viewportScale and returns it.
 float RefreshViewportScale();
-// Lays the root panel (if any) out at the window size in UI units and tells it it was resized.
-void ResizeRootPanelToWindow();
+// Called by the renderers after every viewport update; null while nobody listens. The interface sets
+// it to lay its root panel out at the new size, so the renderer never needs to know about panels.
+extern void (*g_viewportResizeListener)();
+// Runs the listener, if any.
+void NotifyViewportResized();
 
 // Float to int toward zero, saturating at the int range; NaN gives 0.
 int32_t TruncToInt(float f);
@@ -119,5 +124,7 @@ struct ArrowHead {
 };
 ArrowHead ComputeArrowHead(Point p1, Point p2, int headLength, int headWidth);
 
-// Allocates an SDLRenderer directly, outside the factory list (the creation fallback).
+// Allocate a renderer of each backend (NewSDLRenderer is also the creation fallback).
 IRenderer* NewSDLRenderer();
+IRenderer* NewGLRenderer();
+

@@ -6,7 +6,7 @@
 
 #include "console/cvars.h"
 #include "engine/console_output.h"
-#include "engine/engine.h"
+#include "render/renderer.h"
 #include "resources/font_system.h"
 #include "resources/texture_mgr.h"
 
@@ -132,7 +132,7 @@ void SDLRenderer::UpdateViewportScale() {
     const float scale = RefreshViewportScale();
     SDL_RenderSetScale(renderer, scale, scale);
     SDL_RenderSetViewport(renderer, nullptr);
-    ResizeRootPanelToWindow();
+    NotifyViewportResized();
 }
 
 void SDLRenderer::Begin2D() {}
@@ -288,20 +288,16 @@ void SDLRenderer::DrawText(int fontId, const char* text, int x, int y) {
     }
     SDL_Rect clip;
     const bool culling = CullingClip(renderer, &clip);
-    int penX = x;
-    for (const char* p = text; *p; ++p) {
-        const signed char c = static_cast<signed char>(*p);
-        // Control bytes and every byte of 128 or more (negative as signed) have no glyph.
-        if (c < 32) {
-            continue;
+    WalkText(*font, text, TextAdvance::kGlyphWidth, x, [&](unsigned char c, int64_t pen, int32_t) {
+        if (HasGlyph(c)) {
+            const Rect& glyph = font->glyphs[c];
+            const SDL_Rect dst = {static_cast<int>(pen), y, glyph.w, glyph.h};
+            if (!culling || SDL_HasIntersection(&dst, &clip)) {
+                SDL_RenderCopy(renderer, font->atlas.sdlTexture, reinterpret_cast<const SDL_Rect*>(&glyph), &dst);
+            }
         }
-        const Rect& glyph = font->glyphs[static_cast<unsigned char>(c)];
-        const SDL_Rect dst = {penX, y, glyph.w, glyph.h};
-        if (!culling || SDL_HasIntersection(&dst, &clip)) {
-            SDL_RenderCopy(renderer, font->atlas.sdlTexture, reinterpret_cast<const SDL_Rect*>(&glyph), &dst);
-        }
-        penX += glyph.w;
-    }
+        return true;
+    });
 }
 
 void SDLRenderer::ReservedHook() {}
@@ -331,9 +327,3 @@ void SDLRenderer::DrawModel(ModelRecord*, float, float, float, float, float, flo
 IRenderer* NewSDLRenderer() {
     return new SDLRenderer();
 }
-
-static IRenderer* CreateSDLRenderer() {
-    return new SDLRenderer();
-}
-
-static RendererFactoryNode s_sdlRendererFactory("SDLRenderer", CreateSDLRenderer);

@@ -2,6 +2,7 @@
 
 #include <SDL.h>
 
+#include "console/cvars.h"
 #include "engine/console_output.h"
 #include "render/gl_renderer.h"
 #include "resources/file_system.h"
@@ -95,6 +96,12 @@ bool BuildModelShader() {
     }
     ConMsg("Model shader compiled successfully. Program ID = %u\n", program);
     return true;
+}
+
+// Every write of "shader_reload" rebuilds, whatever the value: writing the same value again is how a
+// shader is retried.
+void OnShaderReload(CVar*) {
+    ReloadModelShader();
 }
 
 void ReloadModelShader() {

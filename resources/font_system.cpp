@@ -7,7 +7,6 @@
 #include <deque>
 
 #include "engine/console_output.h"
-#include "engine/engine.h"
 #include "engine/registry.h"
 #include "render/renderer.h"
 
@@ -41,14 +40,6 @@ static bool SameColor(Color a, Color b) {
 static SDL_Color ToSDLColor(Color c) {
     SDL_Color out = {c.r, c.g, c.b, c.a};
     return out;
-}
-
-// Width one byte takes in a line of text. Bytes of 128 or more (UTF-8) have no glyph and take nothing.
-static int32_t ByteWidth(const FontRecord* font, unsigned char c) {
-    if (c > kLastGlyph) {
-        return 0;
-    }
-    return font->monospace ? font->cellWidth : font->glyphs[c].w;
 }
 
 // Lowers the point size until a line fits in `size` pixels. False when the size cannot be lowered.
@@ -171,6 +162,10 @@ FontRecord* FontSystem::GetFont(int handle) {
     return &s_fonts[static_cast<size_t>(handle)];
 }
 
+static TextAdvance MeasureAdvance(const FontRecord* font) {
+    return font->monospace ? TextAdvance::kCellWidth : TextAdvance::kGlyphWidth;
+}
+
 TextSize FontSystem::MeasureText(const char* text, FontRecord* font) {
     TextSize size = {0, 0};
     if (!font) {
@@ -180,10 +175,9 @@ TextSize FontSystem::MeasureText(const char* text, FontRecord* font) {
     if (!text) {
         return size;
     }
-    int64_t width = 0;
-    for (const unsigned char* p = reinterpret_cast<const unsigned char*>(text); *p; ++p) {
-        width += ByteWidth(font, *p);
-    }
+    const int64_t width = WalkText(*font, text, MeasureAdvance(font), 0, [](unsigned char, int64_t, int32_t) {
+        return true;
+    });
     size.width = width > INT32_MAX ? INT32_MAX : static_cast<int32_t>(width);
     return size;
 }
@@ -194,15 +188,14 @@ int FontSystem::CharsThatFit(const char* text, FontRecord* font, int maxWidth) {
     }
     // A character that brings the width exactly to maxWidth still fits. For a monospaced font this
     // is the same as min(length, maxWidth / cellWidth).
-    int64_t width = 0;
     int count = 0;
-    for (const unsigned char* p = reinterpret_cast<const unsigned char*>(text); *p; ++p) {
-        width += ByteWidth(font, *p);
-        if (width > maxWidth) {
-            break;
+    WalkText(*font, text, MeasureAdvance(font), 0, [&](unsigned char, int64_t pen, int32_t width) {
+        if (pen + width > maxWidth) {
+            return false;
         }
         ++count;
-    }
+        return true;
+    });
     return count;
 }
 

@@ -26,6 +26,34 @@ struct TextSize {
     int32_t height;
 };
 
+// How far a byte moves the pen: its glyph's rendered width (drawing; measuring a proportional font)
+// or the cell width (measuring a monospaced font).
+enum class TextAdvance { kGlyphWidth, kCellWidth };
+
+// The one walk over a line of text that drawing and measuring share. For each byte, in order, calls
+// step(c, pen, width) with the pen position it starts at and the width it takes, then moves the pen
+// on; step returns false to stop there. Bytes of 128 or more have no glyph and take nothing; control
+// bytes have empty glyphs, so only a monospaced measure gives them width. Returns the final pen.
+template <typename Step>
+int64_t WalkText(const FontRecord& font, const char* text, TextAdvance advance, int64_t pen, Step step) {
+    for (const unsigned char* p = reinterpret_cast<const unsigned char*>(text); *p; ++p) {
+        int32_t width = 0;
+        if (*p < 128) {
+            width = advance == TextAdvance::kCellWidth ? font.cellWidth : font.glyphs[*p].w;
+        }
+        if (!step(*p, pen, width)) {
+            break;
+        }
+        pen += width;
+    }
+    return pen;
+}
+
+// Whether a byte of text is drawn: control bytes and bytes of 128 or more are skipped.
+inline bool HasGlyph(unsigned char c) {
+    return c >= 32 && c < 128;
+}
+
 class IFontSystem {
 public:
     virtual ~IFontSystem() {}

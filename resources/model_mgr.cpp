@@ -3,18 +3,15 @@
 #include <SDL.h>
 
 #include "engine/console_output.h"
-#include "engine/engine.h"
 #include "engine/registry.h"
-#include "render/gl_renderer.h"
-#include "render/renderer.h"
+#include "render/gpu_objects.h"
 #include "resources/file_system.h"
+#include "resources/handle_table.h"
 #include "resources/texture_mgr.h"
 
 // The file's arrays are read straight into these, and the same bytes go to the GPU buffers.
 static_assert(sizeof(ModelVertex) == 32, "ModelVertex must match the file's 32-byte vertex");
 static_assert(sizeof(ModelSection) == 12, "ModelSection must match the file's 12-byte section");
-
-static const uint64_t kReleaseDelayMs = 30000;
 
 // "VEMM" read as a little-endian word.
 static const uint32_t kModelMagic = 'V' | ('E' << 8) | ('M' << 16) | (static_cast<uint32_t>('M') << 24);
@@ -78,43 +75,6 @@ static void FreeArray(std::vector<T>& array) {
     std::vector<T>().swap(array);
 }
 
-// Moves the geometry into GPU buffers and drops the CPU copies, which the GL renderer no longer needs.
-static void UploadGeometry(ModelRecord& model) {
-    // The GL renderer loads these entry points when it starts; without them nothing is uploaded.
-    if (!g_gl.GenBuffers) {
-        return;
-    }
-    GLuint vertexBuffer = 0;
-    g_gl.GenBuffers(1, &vertexBuffer);
-    g_gl.BindBuffer(GL_ARRAY_BUFFER, vertexBuffer);
-    g_gl.BufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(model.vertices.size() * sizeof(ModelVertex)),
-                    model.vertices.data(), GL_STATIC_DRAW);
-    GLuint indexBuffer = 0;
-    g_gl.GenBuffers(1, &indexBuffer);
-    g_gl.BindBuffer(GL_ELEMENT_ARRAY_BUFFER, indexBuffer);
-    g_gl.BufferData(GL_ELEMENT_ARRAY_BUFFER, static_cast<GLsizeiptr>(model.indices.size() * sizeof(uint32_t)),
-                    model.indices.data(), GL_STATIC_DRAW);
-    g_gl.BindBuffer(GL_ARRAY_BUFFER, 0);
-    g_gl.BindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0);
-    model.vertexBuffer = vertexBuffer;
-    model.indexBuffer = indexBuffer;
-    model.bufferIndexCount = static_cast<uint32_t>(model.indices.size());
-    model.uploaded = true;
-    FreeArray(model.vertices);
-    FreeArray(model.indices);
-}
-
-static void DeleteBuffer(uint32_t& buffer) {
-    if (buffer == 0) {
-        return;
-    }
-    if (g_gl.DeleteBuffers) {
-        const GLuint name = buffer;
-        g_gl.DeleteBuffers(1, &name);
-    }
-    buffer = 0;
-}
-
 // Names run to a zero byte or to the end of the table; empty names are skipped.
 static std::vector<std::string> SplitStringTable(const std::vector<char>& table) {
     std::vector<std::string> names;
@@ -130,9 +90,27 @@ static std::vector<std::string> SplitStringTable(const std::vector<char>& table)
     return names;
 }
 
-static bool IsFreeEntry(const ModelRecord& model) {
-    return !model.uploaded && model.vertices.empty();
-}
+// An entry is free when it holds no geometry. Freeing gives its textures back, so a record that
+// looks free (a file with no vertices) and is overwritten by the next load leaves no reference behind.
+struct ModelEntries {
+    // The name lookup does not skip free entries: an empty name finds the first freed one.
+    static constexpr bool kLookupMatchesFree = true;
+    static bool IsFree(const ModelRecord& model) { return !model.uploaded && model.vertices.empty(); }
+    static void Free(ModelRecord& model) {
+        for (int textureHandle : model.textureHandles) {
+            g_textureMgr->ReleaseTexture(textureHandle);
+        }
+        FreeArray(model.vertices);
+        FreeArray(model.indices);
+        FreeArray(model.sections);
+        FreeArray(model.textureNames);
+        FreeArray(model.textureHandles);
+        model.name.clear();
+        model.refCount = 0;
+        model.releaseTime = 0;
+        DeleteModelBuffers(model);
+    }
+};
 
 class ModelMgr : public IModelMgr {
 public:
@@ -148,12 +126,7 @@ public:
     void Collect() override;
 
 private:
-    bool IsTableHandle(int handle) const {
-        return handle > 0 && static_cast<size_t>(handle) < models.size();
-    }
-
-    std::vector<ModelRecord> models;
-    size_t collectCursor = 1;
+    HandleTable<ModelRecord, ModelEntries> table;
 };
 
 bool ModelMgr::Init() {
@@ -171,7 +144,7 @@ bool ModelMgr::Init() {
     // The fallback texture is never counted, so it is taken as handle 0 directly.
     fallback.textureHandles = {0};
     fallback.persistent = true;
-    models.push_back(std::move(fallback));
+    table.entries.push_back(std::move(fallback));
     return true;
 }
 
@@ -181,10 +154,8 @@ void ModelMgr::Shutdown() {
 
 int ModelMgr::LoadModel(const std::string& name) {
     const std::string normalised = NormalizeAssetName(name);
-    for (size_t i = 1; i < models.size(); ++i) {
-        if (models[i].name == normalised) {
-            return static_cast<int>(i);
-        }
+    if (const int cached = table.Find(normalised)) {
+        return cached;
     }
 
     const std::string path = g_fileSystem->GetModelPath(normalised);
@@ -243,104 +214,40 @@ int ModelMgr::LoadModel(const std::string& name) {
     reader.Read(model.sections.data(), model.sections.size() * sizeof(ModelSection));
     SDL_RWclose(rw);
 
-    if (g_renderer && g_renderer->GetRendererId() == kRendererGL) {
-        UploadGeometry(model);
-    }
-
-    for (size_t i = 1; i < models.size(); ++i) {
-        if (IsFreeEntry(models[i])) {
-            models[i] = std::move(model);
-            return static_cast<int>(i);
-        }
-    }
-    models.push_back(std::move(model));
-    return static_cast<int>(models.size() - 1);
+    UploadModelGeometry(model);
+    return table.Place(std::move(model));
 }
 
 int ModelMgr::LoadPersistentModel(const std::string& name) {
     const int handle = LoadModel(name);
     if (handle >= 1) {
-        models[handle].persistent = true;
+        table.entries[handle].persistent = true;
     }
     return handle;
 }
 
 void ModelMgr::SetModel(const std::string& name, int& handle) {
-    const ModelRecord* current = GetModel(handle);
-    if (current && current->name == NormalizeAssetName(name)) {
-        return;
-    }
-    ReleaseModel(handle);
-    handle = LoadModel(name);
-    if (handle >= 1) {
-        models[handle].refCount++;
-        models[handle].releaseTime = 0;
-    }
+    table.Set(name, handle, [this](const std::string& n) { return LoadModel(n); });
 }
 
 void ModelMgr::ReleaseModel(int handle) {
-    if (!IsTableHandle(handle)) {
-        return;
-    }
-    ModelRecord& model = models[handle];
-    model.refCount--;
-    if (model.refCount > 0) {
-        return;
-    }
-    model.refCount = 0;
-    model.releaseTime = g_resourceTicks() + kReleaseDelayMs;
+    table.Release(handle);
 }
 
 ModelRecord* ModelMgr::GetModel(int handle) {
-    if (handle < 0 || static_cast<size_t>(handle) >= models.size()) {
-        return nullptr;
-    }
-    return &models[handle];
+    return table.Get(handle);
 }
 
 void ModelMgr::UnloadModel(int handle) {
-    if (!IsTableHandle(handle)) {
-        return;
-    }
-    ModelRecord& model = models[handle];
-    for (int textureHandle : model.textureHandles) {
-        g_textureMgr->ReleaseTexture(textureHandle);
-    }
-    FreeArray(model.vertices);
-    FreeArray(model.indices);
-    FreeArray(model.sections);
-    FreeArray(model.textureNames);
-    FreeArray(model.textureHandles);
-    model.name.clear();
-    model.refCount = 0;
-    model.releaseTime = 0;
-    DeleteBuffer(model.vertexBuffer);
-    DeleteBuffer(model.indexBuffer);
-    model.bufferIndexCount = 0;
-    model.uploaded = false;
+    table.Unload(handle);
 }
 
 void ModelMgr::UnloadAll() {
-    for (size_t i = 1; i < models.size(); ++i) {
-        UnloadModel(static_cast<int>(i));
-    }
-    models.clear();
-    collectCursor = 1;
+    table.Clear();
 }
 
 void ModelMgr::Collect() {
-    if (models.size() < 2) {
-        return;
-    }
-    if (collectCursor >= models.size()) {
-        collectCursor = 1;
-    }
-    const ModelRecord& model = models[collectCursor];
-    if (!model.persistent && model.refCount < 1 && model.releaseTime != 0 &&
-        g_resourceTicks() >= model.releaseTime) {
-        UnloadModel(static_cast<int>(collectCursor));
-    }
-    ++collectCursor;
+    table.Collect();
 }
 
 static ModelMgr s_modelMgr;

@@ -1,20 +1,11 @@
 #include "resources/texture_mgr.h"
 
-#include <SDL_opengl.h>
-
-#include <vector>
-
 #include "engine/console_output.h"
-#include "engine/engine.h"
 #include "engine/registry.h"
+#include "render/gpu_objects.h"
 #include "render/renderer.h"
 #include "resources/file_system.h"
-
-ResourceTickSource g_resourceTicks = SDL_GetTicks64;
-
-// Grace period between the last release and the collector freeing the entry, so that a screen that
-// is closed and reopened does not reload its images.
-static const uint64_t kReleaseDelayMs = 30000;
+#include "resources/handle_table.h"
 
 // SDL sizes the decoded surface from the header before it reads a pixel. Nothing the engine draws
 // comes near these, and a damaged header must not turn into a gigabyte allocation.
@@ -22,24 +13,6 @@ static const uint64_t kMaxBmpSide = 16384;
 static const uint64_t kMaxBmpPixels = 8192 * 8192;
 // A run-length pair of two bytes expands to at most 255 pixels.
 static const uint64_t kMaxRlePixelsPerByte = 128;
-
-std::string NormalizeAssetName(const std::string& name) {
-    std::string normalised;
-    normalised.reserve(name.size());
-    for (char c : name) {
-        if (c == '\\') {
-            c = '/';
-        }
-        if (c == '/' && !normalised.empty() && normalised.back() == '/') {
-            continue;
-        }
-        normalised.push_back(c);
-    }
-    if (normalised.compare(0, 2, "./") == 0) {
-        normalised.erase(0, 2);
-    }
-    return normalised;
-}
 
 static uint32_t ReadLE16(const uint8_t* p) {
     return static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8);
@@ -106,17 +79,20 @@ static bool IsValidRecord(const Texture& texture) {
     return texture.sdlTexture != nullptr || texture.glTexture != 0;
 }
 
-static void DestroyGpuObjects(Texture& texture) {
-    if (texture.sdlTexture) {
-        SDL_DestroyTexture(texture.sdlTexture);
-        texture.sdlTexture = nullptr;
+// An entry is in use while width > 0; freeing gives back the GPU objects and blanks the entry.
+struct TextureEntries {
+    static constexpr bool kLookupMatchesFree = false;
+    static bool IsFree(const Texture& texture) { return texture.width == 0; }
+    static void Free(Texture& texture) {
+        DestroyTextureObjects(texture);
+        // clear() keeps the string's buffer, so the collector frees without touching the heap.
+        texture.name.clear();
+        texture.width = 0;
+        texture.height = 0;
+        texture.refCount = 0;
+        texture.releaseTime = 0;
     }
-    if (texture.glTexture != 0) {
-        const GLuint glName = texture.glTexture;
-        glDeleteTextures(1, &glName);
-        texture.glTexture = 0;
-    }
-}
+};
 
 class TextureMgr : public ITextureMgr {
 public:
@@ -136,14 +112,7 @@ public:
     void Collect() override;
 
 private:
-    bool IsTableHandle(int handle) const {
-        return handle > 0 && static_cast<size_t>(handle) < textures.size();
-    }
-    // The entry for a handle, entry 0 for a bad one, null while the table is empty.
-    Texture* EntryOrFallback(int handle);
-
-    std::vector<Texture> textures;
-    size_t collectCursor = 1;
+    HandleTable<Texture, TextureEntries> table;
 };
 
 bool TextureMgr::Init() {
@@ -166,7 +135,7 @@ bool TextureMgr::Init() {
         ConMsg("Failed to create fallback texture!\n");
         return false;
     }
-    textures.push_back(fallback);
+    table.entries.push_back(fallback);
     return true;
 }
 
@@ -177,11 +146,8 @@ void TextureMgr::Shutdown() {
 int TextureMgr::LoadTexture(const std::string& name) {
     const std::string normalised = NormalizeAssetName(name);
     const std::string path = g_fileSystem->GetTexturePath(normalised);
-
-    for (size_t i = 1; i < textures.size(); ++i) {
-        if (textures[i].width > 0 && textures[i].name == normalised) {
-            return static_cast<int>(i);
-        }
+    if (const int cached = table.Find(normalised)) {
+        return cached;
     }
 
     SDL_Surface* surface = nullptr;
@@ -209,128 +175,64 @@ int TextureMgr::LoadTexture(const std::string& name) {
         ConMsg("Warning: Failed to create texture from surface: %s\n", path.c_str());
         return 0;
     }
-
-    for (size_t i = 1; i < textures.size(); ++i) {
-        if (textures[i].width == 0) {
-            textures[i] = texture;
-            return static_cast<int>(i);
-        }
-    }
-    textures.push_back(texture);
-    return static_cast<int>(textures.size() - 1);
+    return table.Place(std::move(texture));
 }
 
 int TextureMgr::LoadPersistentTexture(const std::string& name) {
     const int handle = LoadTexture(name);
     if (handle >= 1) {
-        textures[handle].persistent = true;
+        table.entries[handle].persistent = true;
     }
     return handle;
 }
 
 void TextureMgr::UnloadTexture(int handle) {
-    if (!IsTableHandle(handle)) {
-        return;
-    }
-    Texture& texture = textures[handle];
-    DestroyGpuObjects(texture);
-    // clear() keeps the string's buffer, so the collector frees without touching the heap.
-    texture.name.clear();
-    texture.width = 0;
-    texture.height = 0;
-    texture.refCount = 0;
-    texture.releaseTime = 0;
+    table.Unload(handle);
 }
 
 void TextureMgr::FreeTextureRecord(Texture* texture) {
     if (texture) {
-        DestroyGpuObjects(*texture);
+        DestroyTextureObjects(*texture);
     }
 }
 
 void TextureMgr::UnloadAll() {
-    for (Texture& texture : textures) {
-        DestroyGpuObjects(texture);
-    }
-    textures.clear();
-    collectCursor = 1;
+    table.Clear();
 }
 
 int TextureMgr::FindTexture(const std::string& name) {
-    for (size_t i = 0; i < textures.size(); ++i) {
-        if (textures[i].name == name) {
+    for (size_t i = 0; i < table.entries.size(); ++i) {
+        if (table.entries[i].name == name) {
             return static_cast<int>(i);
         }
     }
     return 0;
 }
 
-Texture* TextureMgr::EntryOrFallback(int handle) {
-    if (textures.empty()) {
-        return nullptr;
-    }
-    if (handle < 0 || static_cast<size_t>(handle) >= textures.size()) {
-        handle = 0;
-    }
-    return &textures[handle];
-}
-
 SDL_Texture* TextureMgr::GetSDLTexture(int handle) {
-    Texture* texture = EntryOrFallback(handle);
+    Texture* texture = table.GetOrFallback(handle);
     return texture ? texture->sdlTexture : nullptr;
 }
 
 uint32_t TextureMgr::GetGLTexture(int handle) {
-    Texture* texture = EntryOrFallback(handle);
+    Texture* texture = table.GetOrFallback(handle);
     return texture ? texture->glTexture : 0;
 }
 
 Texture* TextureMgr::GetTexture(int handle) {
-    if (handle < 0 || static_cast<size_t>(handle) >= textures.size()) {
-        return nullptr;
-    }
-    return &textures[handle];
+    return table.Get(handle);
 }
 
 void TextureMgr::SetTexture(const std::string& name, int& handle) {
-    const Texture* current = GetTexture(handle);
-    if (current && current->name == NormalizeAssetName(name)) {
-        return;
-    }
-    ReleaseTexture(handle);
-    handle = LoadTexture(name);
-    if (handle >= 1) {
-        textures[handle].refCount++;
-        textures[handle].releaseTime = 0;
-    }
+    table.Set(name, handle, [this](const std::string& n) { return LoadTexture(n); });
 }
 
 void TextureMgr::ReleaseTexture(int handle) {
-    if (!IsTableHandle(handle)) {
-        return;
-    }
-    Texture& texture = textures[handle];
-    texture.refCount--;
-    if (texture.refCount > 0) {
-        return;
-    }
-    texture.refCount = 0;
-    texture.releaseTime = g_resourceTicks() + kReleaseDelayMs;
+    table.Release(handle);
 }
 
 void TextureMgr::Collect() {
-    if (textures.size() < 2) {
-        return;
-    }
-    if (collectCursor >= textures.size()) {
-        collectCursor = 1;
-    }
-    const Texture& texture = textures[collectCursor];
-    if (!texture.persistent && texture.refCount < 1 && texture.releaseTime != 0 &&
-        g_resourceTicks() >= texture.releaseTime) {
-        UnloadTexture(static_cast<int>(collectCursor));
-    }
-    ++collectCursor;
+    table.Collect();
 }
 
 static TextureMgr s_textureMgr;

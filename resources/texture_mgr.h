@@ -41,12 +41,4 @@ public:
     virtual void Collect() = 0;
 };
 
-// Backslashes to '/', runs of separators collapsed, one leading "./" removed.
-std::string NormalizeAssetName(const std::string& name);
-
-// Milliseconds on the clock that release deadlines of textures and models are measured on.
-// SDL_GetTicks64 unless a test installs its own source.
-typedef uint64_t (*ResourceTickSource)();
-extern ResourceTickSource g_resourceTicks;
-
 extern ITextureMgr* g_textureMgr;

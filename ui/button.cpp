@@ -1,11 +1,8 @@
 #include "ui/button.h"
 
-#include <locale>
-#include <sstream>
 #include <utility>
 
 #include "console/command_system.h"
-#include "engine/engine.h"
 #include "render/renderer.h"
 #include "resources/texture_mgr.h"
 
@@ -14,16 +11,8 @@ static const Color kBevelDark = {64, 64, 64, 255};
 static const Color kImageTint = {255, 255, 255, 255};
 
 Color ReadScriptColor(const std::string& value) {
-    std::istringstream in(value);
-    in.imbue(std::locale::classic());
     int32_t channels[4] = {255, 0, 255, 255};
-    for (int32_t& channel : channels) {
-        int32_t number = 0;
-        if (!(in >> number)) {
-            break;
-        }
-        channel = number;
-    }
+    ReadInts(value, channels, 4);
     return Color{static_cast<uint8_t>(channels[0]), static_cast<uint8_t>(channels[1]),
                  static_cast<uint8_t>(channels[2]), static_cast<uint8_t>(channels[3])};
 }

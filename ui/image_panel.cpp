@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "engine/engine.h"
 #include "render/renderer.h"
 #include "resources/texture_mgr.h"
 

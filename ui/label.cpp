@@ -1,23 +1,14 @@
 #include "ui/label.h"
 
-#include <locale>
-#include <sstream>
 #include <utility>
 
-#include "engine/engine.h"
+#include "console/tokenizer.h"
 #include "render/renderer.h"
 #include "resources/font_system.h"
 
-// Formatted extraction of one decimal integer; false when the value does not start with one.
+// One decimal integer; false (and *out untouched) when the value does not start with one.
 static bool ReadInt(const std::string& value, int32_t* out) {
-    std::istringstream in(value);
-    in.imbue(std::locale::classic());
-    int32_t number = 0;
-    if (!(in >> number)) {
-        return false;
-    }
-    *out = number;
-    return true;
+    return ReadInts(value, out, 1) == 1;
 }
 
 Label::Label(std::string labelName) : Panel(std::move(labelName)) {

@@ -7,7 +7,6 @@
 
 #include "console/cvars.h"
 #include "engine/console_output.h"
-#include "engine/engine.h"
 #include "input/input_system.h"
 #include "render/renderer.h"
 
@@ -58,72 +57,73 @@ Panel::~Panel() {}
 
 void Panel::OnClick() {}
 
-void Panel::Update() {
-    inUpdate = true;
+// Screen position from the parent's, and this frame's hover claim: siblings are walked front to back,
+// so the first to claim the parent's mouse is the frontmost.
+static void PlaceAndClaimHover(Panel* panel, const InputSystem* input) {
+    Panel* parent = panel->parent;
+    panel->screenX = (parent ? parent->screenX : 0) + panel->x;
+    panel->screenY = (parent ? parent->screenY : 0) + panel->y;
+    panel->visibleChildCount = 0;
+    panel->childHovered = false;
+    panel->hovered = (parent == nullptr);
+    if (!panel->visible) {
+        return;
+    }
     if (parent) {
-        screenX = parent->screenX + x;
-        screenY = parent->screenY + y;
-    } else {
-        screenX = x;
-        screenY = y;
+        ++parent->visibleChildCount;
     }
-
-    visibleChildCount = 0;
-    childHovered = false;
-    hovered = (parent == nullptr);
-
-    const InputSystem* input = g_inputSystem;
-    if (visible) {
-        if (parent) {
-            ++parent->visibleChildCount;
-        }
-        Rect area = {screenX, screenY, width, height};
-        bool nonEmpty = area.w > 0 && area.h > 0;
-        if (parent) {
-            const Rect parentArea = {parent->screenX, parent->screenY, parent->width, parent->height};
-            nonEmpty = IntersectRects(area, parentArea, &area);
-        }
-        // Siblings are walked front to back, so the first to claim the parent's mouse is the frontmost.
-        if (nonEmpty && enabled && parent && parent->hovered && !parent->childHovered &&
-            ContainsPoint(area, input->mouseX, input->mouseY)) {
-            hovered = true;
-            parent->childHovered = true;
-        }
+    Rect area = {panel->screenX, panel->screenY, panel->width, panel->height};
+    bool nonEmpty = area.w > 0 && area.h > 0;
+    if (parent) {
+        const Rect parentArea = {parent->screenX, parent->screenY, parent->width, parent->height};
+        nonEmpty = IntersectRects(area, parentArea, &area);
     }
+    if (nonEmpty && panel->enabled && parent && parent->hovered && !parent->childHovered &&
+        ContainsPoint(area, input->mouseX, input->mouseY)) {
+        panel->hovered = true;
+        parent->childHovered = true;
+    }
+}
 
+// Turns the left button's state into press, release and click calls, and takes the focus away on a
+// press elsewhere.
+static void TrackLeftButton(Panel* panel, const InputSystem* input) {
     const bool buttonUp = (input->mouseButtons & SDL_BUTTON_LMASK) == 0;
-    if (hovered) {
+    if (panel->hovered) {
         if (buttonUp) {
-            mouseWasUp = true;
-            if (pressed) {
-                OnMouseReleased();
+            panel->mouseWasUp = true;
+            if (panel->pressed) {
+                panel->OnMouseReleased();
             }
-        } else if (!pressed && mouseWasUp) {
+        } else if (!panel->pressed && panel->mouseWasUp) {
             // Only a press that starts over the panel counts; dragging in with the button held does not.
-            OnMousePressed();
-            mouseWasUp = false;
+            panel->OnMousePressed();
+            panel->mouseWasUp = false;
         }
     } else if (buttonUp) {
-        if (pressed) {
-            OnMouseReleasedOutside();
+        if (panel->pressed) {
+            panel->OnMouseReleasedOutside();
         }
-        mouseWasUp = true;
+        panel->mouseWasUp = true;
     } else {
-        if (focused && !pressed) {
-            Unfocus();
+        if (panel->focused && !panel->pressed) {
+            panel->Unfocus();
         }
-        if (mouseWasUp) {
-            OnMousePressedOutside();
-            mouseWasUp = false;
+        if (panel->mouseWasUp) {
+            panel->OnMousePressedOutside();
+            panel->mouseWasUp = false;
         }
     }
-
-    if (parent && focused && parent->focusedChild && parent->focusedChild != this) {
-        Unfocus();
+    Panel* parent = panel->parent;
+    if (parent && panel->focused && parent->focusedChild && parent->focusedChild != panel) {
+        panel->Unfocus();
     }
+}
 
-    // Indexed walk: detaching only nulls entries and additions go to pendingChildren, so the list
-    // keeps its shape whatever the children do meanwhile.
+// Updates the children frontmost first and destroys those that asked to close. Indexed walk:
+// detaching only nulls entries and additions go to pendingChildren, so the list keeps its shape
+// whatever the children do meanwhile.
+static void UpdateChildren(std::vector<Panel*>& children) {
     for (size_t i = children.size(); i-- > 0;) {
         Panel* child = children[i];
         if (!child) {
@@ -135,17 +135,29 @@ void Panel::Update() {
             child->Destroy();
         }
     }
+}
 
-    if (childrenDirty) {
-        children = pendingChildren;
-        childrenDirty = false;
+// The frame's attaches, raises and removals take effect now that the walk is over.
+static void ApplyChildEdits(Panel* panel) {
+    if (panel->childrenDirty) {
+        panel->children = panel->pendingChildren;
+        panel->childrenDirty = false;
     }
-    if (removalsPending) {
+    if (panel->removalsPending) {
+        std::vector<Panel*>& children = panel->children;
+        std::vector<Panel*>& pending = panel->pendingChildren;
         children.erase(std::remove(children.begin(), children.end(), nullptr), children.end());
-        pendingChildren.erase(std::remove(pendingChildren.begin(), pendingChildren.end(), nullptr),
-                              pendingChildren.end());
-        removalsPending = false;
+        pending.erase(std::remove(pending.begin(), pending.end(), nullptr), pending.end());
+        panel->removalsPending = false;
     }
+}
+
+void Panel::Update() {
+    inUpdate = true;
+    PlaceAndClaimHover(this, g_inputSystem);
+    TrackLeftButton(this, g_inputSystem);
+    UpdateChildren(children);
+    ApplyChildEdits(this);
     inUpdate = false;
 }
 
@@ -366,7 +378,8 @@ void Panel::BringToFront() {
     }
     list.erase(self);
     list.push_back(this);
-    // Walk back past siblings drawn behind this z-group; never cross one of a group further front.
+    // Walk back past siblings of groups further front (smaller zpos); stop behind the first sibling of
+    // the same group or one further back, so the panel leads its own group and never leaves it.
     size_t index = list.size() - 1;
     while (index > 0 && (list[index - 1] == nullptr || list[index - 1]->zpos < zpos)) {
         std::swap(list[index - 1], list[index]);

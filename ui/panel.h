@@ -90,7 +90,3 @@ public:
     Panel(const Panel&) = delete;
     Panel& operator=(const Panel&) = delete;
 };
-
-// The widget factory: a new panel of the named type ("Panel", "Label", "Button", ...), named after the
-// type; null for any other name.
-Panel* CreateWidget(const std::string& typeName);

@@ -1,76 +1,17 @@
 // Panel script files: one panel's own properties ("This" blocks) and a flat list of its children,
 // each a block of "key value" lines under a type word.
 #include <cstdio>
-#include <locale>
-#include <sstream>
 #include <string>
-#include <vector>
 
+#include "console/tokenizer.h"
 #include "engine/console_output.h"
 #include "ui/panel.h"
+#include "ui/widget_factory.h"
 
 // Lines are read whole for their braces but kept only up to this length; no real script comes near it.
 static const size_t kMaxKeptLineLength = 64 * 1024;
 // Reading stops here, so a device or an endless file cannot keep the loader busy forever.
 static const size_t kMaxScriptBytes = 64u * 1024u * 1024u;
-
-static bool IsBlank(char c) {
-    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
-}
-
-// The first whitespace-separated word of a line, and where it ends.
-static std::string FirstWord(const std::string& line, size_t* end) {
-    size_t begin = 0;
-    while (begin < line.size() && IsBlank(line[begin])) {
-        ++begin;
-    }
-    size_t stop = begin;
-    while (stop < line.size() && !IsBlank(line[stop])) {
-        ++stop;
-    }
-    if (end) {
-        *end = stop;
-    }
-    return line.substr(begin, stop - begin);
-}
-
-struct PropertyLine {
-    std::string key;
-    std::string value;
-};
-
-// The value is everything after the key, leading blanks included, so unquoted names keep a blank.
-// Quotes: two or more keep what lies between the first and the last; a lone quote empties the value.
-static PropertyLine SplitPropertyLine(const std::string& line) {
-    PropertyLine result;
-    size_t keyEnd = 0;
-    result.key = FirstWord(line, &keyEnd);
-    result.value = line.substr(keyEnd);
-    const size_t first = result.value.find('"');
-    if (first == std::string::npos) {
-        return result;
-    }
-    const size_t last = result.value.rfind('"');
-    if (first == last) {
-        result.value.clear();
-    } else {
-        result.value = result.value.substr(first + 1, last - first - 1);
-    }
-    return result;
-}
-
-// Reads up to count integers; a missing or malformed number and every one after it keep the default.
-static void ReadInts(const std::string& value, int32_t* numbers, size_t count) {
-    std::istringstream in(value);
-    in.imbue(std::locale::classic());
-    for (size_t i = 0; i < count; ++i) {
-        int32_t n = 0;
-        if (!(in >> n)) {
-            return;
-        }
-        numbers[i] = n;
-    }
-}
 
 void Panel::SetProperty(const std::string& key, const std::string& value) {
     if (key == "name") {
@@ -225,7 +166,7 @@ void Panel::LoadFromFile(const std::string& path) {
             blockLines += line;
             blockLines += '\n';
         } else {
-            const std::string word = FirstWord(line, nullptr);
+            const std::string word = FirstWord(line);
             if (!word.empty()) {
                 typeWord = word;
             }

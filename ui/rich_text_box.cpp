@@ -6,18 +6,14 @@
 #include <cstdint>
 #include <utility>
 
-#include "engine/engine.h"
 #include "input/input_system.h"
 #include "render/renderer.h"
 #include "resources/font_system.h"
-#include "ui/text_box.h"
 
 static const int32_t kMinZoomSize = 5;
 static const int32_t kMaxZoomSize = 50;
 // Backspace at the left edge of the view scrolls back this many columns.
 static const int32_t kBackspaceScroll = 5;
-static const int32_t kWheelUp = 1;
-static const int32_t kWheelDown = 2;
 
 static int32_t Length(const std::string& text) {
     return static_cast<int32_t>(text.size());
@@ -31,13 +27,9 @@ static TextPosition ClampPosition(const std::vector<RichTextLine>& lines, TextPo
     return p;
 }
 
-static bool Before(TextPosition a, TextPosition b) {
-    return a.line < b.line || (a.line == b.line && a.column < b.column);
-}
-
 RichTextBox::RichTextBox(std::string boxName) : Panel(std::move(boxName)) {
     SetTextBoxDefaults(this);
-    SetFont(kRichTextFontName, kRichTextFontPath, lineHeight, Color{0, 0, 0, 255}, Color{255, 255, 255, 0});
+    SetFont(kRichTextFontName, kRichTextFontPath, lineHeight, kTextColor, kTextBackColor);
     lines.emplace_back();
 }
 
@@ -59,7 +51,7 @@ void RichTextBox::SetFont(const std::string& font, const std::string& path, int3
 
 void RichTextBox::OnClick() {
     active = true;
-    TextBox::RestartCaretBlink();
+    RestartCaretBlink();
 }
 
 void RichTextBox::Focus() {
@@ -87,7 +79,7 @@ void RichTextBox::OnMousePressed() {
     MoveCaret(position);
     selectionAnchor = position;
     selectionEnd = position;
-    TextBox::RestartCaretBlink();
+    RestartCaretBlink();
 }
 
 void RichTextBox::OnMouseReleased() {
@@ -168,13 +160,11 @@ void RichTextBox::MoveCaret(TextPosition position) {
 }
 
 bool RichTextBox::HasSelection() const {
-    return selectionAnchor.line != selectionEnd.line || selectionAnchor.column != selectionEnd.column;
+    return selectionAnchor != selectionEnd;
 }
 
-RichTextBox::Span RichTextBox::Selection() const {
-    const TextPosition a = ClampPosition(lines, selectionAnchor);
-    const TextPosition b = ClampPosition(lines, selectionEnd);
-    return Before(b, a) ? Span{b, a} : Span{a, b};
+TextSpan<TextPosition> RichTextBox::Selection() const {
+    return OrderedSpan(ClampPosition(lines, selectionAnchor), ClampPosition(lines, selectionEnd));
 }
 
 std::string RichTextBox::SelectedText() const {
@@ -182,7 +172,7 @@ std::string RichTextBox::SelectedText() const {
     if (!HasSelection() || lines.empty()) {
         return out;
     }
-    const Span span = Selection();
+    const TextSpan<TextPosition> span = Selection();
     for (int32_t line = span.from.line; line <= span.to.line; ++line) {
         const std::string& text = lines[line].text;
         const int32_t from = line == span.from.line ? span.from.column : 0;
@@ -199,7 +189,7 @@ void RichTextBox::DeleteSelection() {
     if (!HasSelection()) {
         return;
     }
-    const Span span = Selection();
+    const TextSpan<TextPosition> span = Selection();
     std::string& head = lines[span.from.line].text;
     if (span.from.line == span.to.line) {
         head.erase(span.from.column, span.to.column - span.from.column);
@@ -310,15 +300,14 @@ void RichTextBox::ZoomFont(int32_t step) {
     SetFont(name, path, size, font->color, font->backColor);
 }
 
-void RichTextBox::HandleWheel() {
-    InputSystem* input = g_inputSystem;
-    if (input->mouseWheel != kWheelUp && input->mouseWheel != kWheelDown) {
+void RichTextBox::HandleWheel(const TextEditKeys& keys) {
+    const int32_t step = keys.wheelStep;
+    if (step == 0) {
         return;
     }
-    const int32_t step = input->mouseWheel == kWheelUp ? -1 : 1;
-    if (input->keysHeld[kTextKeyLeftCtrl]) {
+    if (keys.ctrl) {
         ZoomFont(-step);
-    } else if (input->keysHeld[kTextKeyLeftShift]) {
+    } else if (keys.shift) {
         int32_t longest = 0;
         for (const RichTextLine& line : lines) {
             longest = std::max(longest, Length(line.text));
@@ -329,13 +318,12 @@ void RichTextBox::HandleWheel() {
     }
 }
 
-void RichTextBox::HandleNavigation() {
-    InputSystem* input = g_inputSystem;
-    const bool ctrl = input->keysHeld[kTextKeyLeftCtrl] != 0;
-    const bool shift = input->keysHeld[kTextKeyLeftShift] != 0;
-    static const int32_t kMoveKeys[] = {kTextKeyUp, kTextKeyDown, kTextKeyRight, kTextKeyLeft, kTextKeyHome, kTextKeyEnd};
-    for (int32_t key : kMoveKeys) {
-        if (!input->keysPressed[key]) {
+void RichTextBox::HandleNavigation(const TextEditKeys& keys) {
+    const bool ctrl = keys.ctrl;
+    const bool shift = keys.shift;
+    static const CaretMove kMoveOrder[] = {kMoveUp, kMoveDown, kMoveRight, kMoveLeft, kMoveHome, kMoveEnd};
+    for (CaretMove move : kMoveOrder) {
+        if (!keys.move[move]) {
             continue;
         }
         TextPosition caret = Caret();
@@ -343,28 +331,28 @@ void RichTextBox::HandleNavigation() {
             selectionAnchor = caret;
         }
         const int32_t length = Length(lines[caret.line].text);
-        switch (key) {
-        case kTextKeyUp:
-        case kTextKeyDown:
+        switch (move) {
+        case kMoveUp:
+        case kMoveDown:
             // The column travels with the caret and is then fitted to the new line.
-            caret.line = std::max(0, std::min(caret.line + (key == kTextKeyUp ? -1 : 1), LastLine()));
+            caret.line = std::max(0, std::min(caret.line + (move == kMoveUp ? -1 : 1), LastLine()));
             caret.column = std::min(caret.column, Length(lines[caret.line].text));
             break;
-        case kTextKeyRight:
+        case kMoveRight:
             if (caret.column < length) {
                 ++caret.column;
             } else if (caret.line < LastLine()) {
                 caret = TextPosition{0, caret.line + 1};
             }
             break;
-        case kTextKeyLeft:
+        case kMoveLeft:
             if (caret.column > 0) {
                 --caret.column;
             } else if (caret.line > 0) {
                 caret = TextPosition{Length(lines[caret.line - 1].text), caret.line - 1};
             }
             break;
-        case kTextKeyHome:
+        case kMoveHome:
             if (ctrl) {
                 caret.line = 0;
                 firstVisibleLine = 0;
@@ -386,61 +374,58 @@ void RichTextBox::HandleNavigation() {
             selectionAnchor = selectionEnd;
         }
         KeepCaretVisible();
-        TextBox::RestartCaretBlink();
+        RestartCaretBlink();
     }
 }
 
 void RichTextBox::EditFromKeys() {
     InputSystem* input = g_inputSystem;
-    const bool ctrl = input->keysHeld[kTextKeyLeftCtrl] != 0;
+    const TextEditKeys keys = TextEditKeys::Read(*input);
 
-    // The root panel hands the clipboard over as typed text; the selection it replaces goes now.
-    if (ctrl && input->keysPressedNoRepeat[kTextKeyV] && SDL_HasClipboardText() && !readOnly) {
+    if (keys.paste && !readOnly) {
         DeleteSelection();
     }
     if (!input->textInput.empty()) {
         if (!readOnly) {
             DeleteSelection();
-            input->textInput.erase(std::remove(input->textInput.begin(), input->textInput.end(), '\r'),
-                                   input->textInput.end());
+            RemoveCarriageReturns(input->textInput);
             InsertText(input->textInput);
             KeepCaretVisible();
-            TextBox::RestartCaretBlink();
+            RestartCaretBlink();
         }
         input->textInput.clear();
     }
-    if (ctrl && (input->keysPressedNoRepeat[kTextKeyC] || (input->keysPressedNoRepeat[kTextKeyX] && !readOnly)) &&
-        HasSelection()) {
+    if ((keys.copy || (keys.cut && !readOnly)) && HasSelection()) {
         SDL_SetClipboardText(SelectedText().c_str());
     }
-    if (ctrl && input->keysPressedNoRepeat[kTextKeyX] && !readOnly) {
+    if (keys.cut && !readOnly) {
         DeleteSelection();
     }
-    if (input->keysPressedNoRepeat[kTextKeyDelete] && !readOnly) {
+    if (keys.deleteKey && !readOnly) {
         DeleteSelection();
     }
-    HandleWheel();
-    if (ctrl && input->keysPressedNoRepeat[kTextKeyA]) {
+    HandleWheel(keys);
+    if (keys.selectAll) {
         const TextPosition end = {Length(lines.back().text), LastLine()};
         selectionAnchor = TextPosition{0, 0};
         selectionEnd = end;
         MoveCaret(end);
     }
-    if (input->keysPressed[kTextKeyReturn] && !readOnly) {
+    if (keys.enter && !readOnly) {
         DeleteSelection();
         InsertText("\n");
         KeepCaretVisible();
-        TextBox::RestartCaretBlink();
+        RestartCaretBlink();
     }
-    if (input->keysPressed[kTextKeyBackspace] && !readOnly) {
+    if (keys.backspace && !readOnly) {
         if (HasSelection()) {
             DeleteSelection();
         } else {
             Backspace();
         }
-        TextBox::RestartCaretBlink();
+        RestartCaretBlink();
     }
-    HandleNavigation();
+    HandleNavigation(keys);
 }
 
 void RichTextBox::Backspace() {
@@ -510,7 +495,7 @@ void RichTextBox::Draw() {
     auto lineTop = [&](int32_t line) { return top + (line - firstLine) * lineHeight; };
 
     if (HasSelection()) {
-        const Span span = Selection();
+        const TextSpan<TextPosition> span = Selection();
         for (int32_t line = std::max(span.from.line, firstLine); line <= std::min(span.to.line, lastLine); ++line) {
             const std::string& text = lines[line].text;
             const int32_t from = std::max(column, line == span.from.line ? span.from.column : 0);
@@ -535,13 +520,13 @@ void RichTextBox::Draw() {
         g_renderer->DrawText(static_cast<int>(fontId), measureScratch.c_str(), left, lineTop(line));
     }
     const TextPosition caret = Caret();
-    if ((active || selecting) && TextBox::caretVisible && caret.line >= firstLine && caret.line <= lastLine &&
+    if ((active || selecting) && CaretVisible() && caret.line >= firstLine && caret.line <= lastLine &&
         caret.column >= column) {
         const int32_t caretX = MeasureTextRange(font, lines[caret.line].text, column, caret.column - column,
                                                 measureScratch);
         const Rect bar = {left + caretX, lineTop(caret.line), 1, caretHeight};
         g_renderer->FillRect(&bar, kCaretColor);
     }
-    TextBox::BlinkCaret();
+    BlinkCaret();
     g_renderer->SetClipRect(nullptr);
 }

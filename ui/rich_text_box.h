@@ -11,16 +11,12 @@
 #include "engine/api.h"
 #include "ui/label.h"
 #include "ui/panel.h"
+#include "ui/text_edit.h"
 
 struct RichTextLine {
     std::string text;   // without the line break
     std::string extra;  // kept with the line; every new line starts with it empty
     int32_t column = 0; // the caret column on this line, 0 ... text length
-};
-
-struct TextPosition {
-    int32_t column;
-    int32_t line;
 };
 
 const char* const kRichTextFontName = "Inconsolata-Regular";
@@ -77,24 +73,20 @@ public:
     bool selecting = false;
 
 private:
-    // A selection ordered start to end and clamped to the content.
-    struct Span {
-        TextPosition from;
-        TextPosition to;
-    };
     int32_t LastLine() const;
     TextPosition Caret() const;
     void MoveCaret(TextPosition position);
     bool HasSelection() const;
-    Span Selection() const;
+    // The selection ordered start to end and clamped to the content.
+    TextSpan<TextPosition> Selection() const;
     void DeleteSelection();
     // Inserts at the caret; every "\n" starts a new line, and the caret ends after the inserted text.
     void InsertText(const std::string& typed);
     void Backspace();
     TextPosition PositionUnderMouse();
     void ZoomFont(int32_t step);
-    void HandleWheel();
-    void HandleNavigation();
+    void HandleWheel(const TextEditKeys& keys);
+    void HandleNavigation(const TextEditKeys& keys);
     void EditFromKeys();
     void DropOldestLines();
     void KeepCaretVisible();

@@ -6,20 +6,20 @@
 #include <utility>
 #include <vector>
 
-#include "app/fps_counter.h"
-#include "app/main_menu.h"
-#include "app/options_menu.h"
-#include "console/console_panel.h"
-#include "engine/engine.h"
 #include "input/input_system.h"
 #include "render/renderer.h"
 
-static const int kScancodeV = 25;
-static const int kScancodeGrave = 53;
-static const int kScancodeEscape = 41;
-static const int kScancodeAndroidBack = 270;
-static const int kScancodeLeftCtrl = 224;
-static const int kScancodeLeftAlt = 226;
+RootPanel* g_rootPanel = nullptr;
+const ConsoleHooks* g_consoleHooks = nullptr;
+
+ConsoleHooks::ConsoleHooks(Panel* (*currentFn)(), void (*createFn)(), void (*applyVisibilityFn)())
+    : current(currentFn), create(createFn), applyVisibility(applyVisibilityFn) {
+    g_consoleHooks = this;
+}
+
+static Panel* CurrentConsole() {
+    return g_consoleHooks ? g_consoleHooks->current() : nullptr;
+}
 
 static const Color kMenusBackdrop = {80, 80, 80, 200};
 static const Color kRootBackground = {128, 128, 128, 255};
@@ -194,34 +194,49 @@ void RootPanel::Update() {
     Panel::Update();
 
     InputSystem* input = g_inputSystem;
-    const bool gravePressed = input->keysPressedNoRepeat[kScancodeGrave] != 0;
-    if (gravePressed && g_consolePanel) {
-        TogglePanel(g_consolePanel);
-        g_consolePanel->ApplyVisibility();
+    const bool gravePressed = input->keysPressedNoRepeat[SDL_SCANCODE_GRAVE] != 0;
+    if (Panel* console = gravePressed ? CurrentConsole() : nullptr) {
+        TogglePanel(console);
+        g_consoleHooks->applyVisibility();
     }
-    if (input->keysPressedNoRepeat[kScancodeEscape] || input->keysPressedNoRepeat[kScancodeAndroidBack]) {
+    if (input->keysPressedNoRepeat[SDL_SCANCODE_ESCAPE] || input->keysPressedNoRepeat[SDL_SCANCODE_AC_BACK]) {
         ToggleLayer(kLayerMenus);
     }
     // Alt+grave always leaves the console open, whatever the plain toggle just did.
-    if (gravePressed && input->keysHeld[kScancodeLeftAlt]) {
-        if (!g_consolePanel) {
-            CreateConsolePanel();
+    if (gravePressed && input->keysHeld[SDL_SCANCODE_LALT] && g_consoleHooks) {
+        if (!CurrentConsole()) {
+            g_consoleHooks->create();
         }
-        if (g_consolePanel) {
-            ShowPanel(g_consolePanel);
-            g_consolePanel->ApplyVisibility();
+        if (Panel* console = CurrentConsole()) {
+            ShowPanel(console);
+            g_consoleHooks->applyVisibility();
         }
     }
-    if (input->keysPressedNoRepeat[kScancodeV] && input->keysHeld[kScancodeLeftCtrl] && input->wantTextInput) {
+    if (input->keysPressedNoRepeat[SDL_SCANCODE_V] && input->keysHeld[SDL_SCANCODE_LCTRL] && input->wantTextInput) {
         PasteClipboard(input->textInput);
     }
 
     // The game takes the mouse only while no interface wants it.
-    const bool consoleShown = g_consolePanel && g_consolePanel->visible;
+    const Panel* console = CurrentConsole();
+    const bool consoleShown = console && console->visible;
     const bool interfaceIdle = !consoleShown && layerGameUI->visibleChildCount == 0 &&
                                layerTools->visibleChildCount == 0 && !layerMenus->visible;
     input->SetRelativeMouse(interfaceIdle);
 }
+
+// Keeps the root at the window size in UI units whenever the renderer's viewport changes. Installed at
+// static initialisation, so the root follows the window whoever made it.
+static void ResizeRootPanelToWindow() {
+    if (g_rootPanel) {
+        g_rootPanel->height = PixelsToUiUnits(g_windowHeight);
+        g_rootPanel->width = PixelsToUiUnits(g_windowWidth);
+        g_rootPanel->OnResized();
+    }
+}
+
+static struct RootResizeInstaller {
+    RootResizeInstaller() { g_viewportResizeListener = ResizeRootPanelToWindow; }
+} s_rootResizeInstaller;
 
 void CreateRootPanel() {
     RootPanel* root = new RootPanel("root");
@@ -233,27 +248,6 @@ void CreateRootPanel() {
     root->OnResized();
     root->backgroundColor = kRootBackground;
     root->drawBackground = false;
-
-    CreateConsolePanel();
-
-    if (g_mainMenu) {
-        g_mainMenu->closeRequested = true;
-    }
-    g_mainMenu = new MainMenu("mm_panel");
-    g_mainMenu->SetParent(root->GetLayer(kLayerMenus));
-    HidePanel(g_mainMenu);
-
-    if (g_optionsMenu) {
-        g_optionsMenu->closeRequested = true;
-    }
-    g_optionsMenu = new OptionsMenu("options_panel");
-    g_optionsMenu->SetParent(root->GetLayer(kLayerMenus));
-    CentreInParent(g_optionsMenu);
-    HidePanel(g_optionsMenu);
-
-    CreateFpsCounter(root->GetLayer(kLayerToolsOverlay));
-
-    ShowPanel(g_mainMenu);
 }
 
 void DestroyRootPanel() {

@@ -62,7 +62,23 @@ void CentreInParent(Panel* panel);
 // dragged away comes back when it is opened again. Nothing without a root.
 void KeepOnRoot(Panel* panel, int32_t homeX, int32_t homeY);
 
-// Builds the root and its layers at start-up, sized to the window in UI units; stores g_rootPanel.
+// The top of the interface tree, or null; owned here from CreateRootPanel to DestroyRootPanel.
+extern RootPanel* g_rootPanel;
+
+// The console is an application panel, above this toolkit; the root's console keys reach it through
+// the hooks the console's file installs (a static node, the last one constructed wins). Without hooks
+// the keys do nothing.
+struct ConsoleHooks {
+    ConsoleHooks(Panel* (*current)(), void (*create)(), void (*applyVisibility)());
+
+    Panel* (*current)();        // the console, or null
+    void (*create)();           // replaces the console with a new, hidden one
+    void (*applyVisibility)();  // after the root set or flipped the console's visible flag
+};
+extern const ConsoleHooks* g_consoleHooks;
+
+// Builds the root and its layers at start-up, sized to the window in UI units; stores g_rootPanel. Every
+// viewport update resizes it again. The screens on the layers come from the application.
 void CreateRootPanel();
 // Destroys the root and everything under it; clears g_rootPanel.
 void DestroyRootPanel();

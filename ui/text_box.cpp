@@ -6,88 +6,16 @@
 #include <cstdint>
 #include <utility>
 
-#include "engine/engine.h"
 #include "input/input_system.h"
 #include "render/renderer.h"
 #include "resources/font_system.h"
 
-static const Color kFontColor = {0, 0, 0, 255};
-static const Color kFontBackColor = {255, 255, 255, 0};
-
 bool TextBox::caretVisible = false;
 uint32_t TextBox::caretToggleTime = 0;
 
-void TextBox::RestartCaretBlink() {
-    caretVisible = true;
-    caretToggleTime = SDL_GetTicks() + kCaretBlinkMs;
-}
-
-void TextBox::BlinkCaret() {
-    const uint32_t now = SDL_GetTicks();
-    if (caretToggleTime <= now) {
-        caretVisible = !caretVisible;
-        caretToggleTime = now + kCaretBlinkMs;
-    }
-}
-
-void SetTextBoxDefaults(Panel* box) {
-    box->width = 108;
-    box->height = 28;
-    box->backgroundColor = Color{255, 255, 255, 255};
-    box->drawBorder = true;
-    box->enabled = true;
-}
-
-bool HoldTextInput(bool active) {
-    InputSystem* input = g_inputSystem;
-    if (!active) {
-        return false;
-    }
-    input->wantTextInput = true;
-    if (input->textInputCancel) {
-        input->textInputCancel = false;
-        input->wantTextInput = false;
-        return false;
-    }
-    return true;
-}
-
-uint32_t FindOrLoadFont(const std::string& font, const std::string& path, int32_t size, Color color,
-                        Color backColor) {
-    int handle = g_fontSystem->FindFont(font, size, color, backColor);
-    if (handle < 0) {
-        handle = g_fontSystem->LoadFont(font, path, size, color, backColor);
-    }
-    return handle < 0 ? kNoFont : static_cast<uint32_t>(handle);
-}
-
-int32_t SaturateInt32(int64_t value) {
-    return static_cast<int32_t>(std::max<int64_t>(INT32_MIN, std::min<int64_t>(value, INT32_MAX)));
-}
-
-int32_t MeasureTextRange(FontRecord* font, const std::string& text, size_t start, size_t count,
-                         std::string& scratch) {
-    if (!font || start >= text.size() || count == 0) {
-        return 0;
-    }
-    scratch.assign(text, start, count);
-    return g_fontSystem->MeasureText(scratch.c_str(), font).width;
-}
-
-int32_t CharsBeforeX(FontRecord* font, const char* text, int32_t x) {
-    int32_t n = g_fontSystem->CharsThatFit(text, font, x);
-    if (text[n] != '\0') {
-        // Past the middle of the next character the nearer boundary is after it.
-        const char next[2] = {text[n], '\0'};
-        const int32_t advance = g_fontSystem->MeasureText(next, font).width;
-        n = g_fontSystem->CharsThatFit(text, font, x + advance / 2);
-    }
-    return n;
-}
-
 // Typed or pasted text for a single line: carriage returns dropped, line feeds as blanks.
 static void FlattenLineBreaks(std::string& typed) {
-    typed.erase(std::remove(typed.begin(), typed.end(), '\r'), typed.end());
+    RemoveCarriageReturns(typed);
     std::replace(typed.begin(), typed.end(), '\n', ' ');
 }
 
@@ -101,7 +29,7 @@ TextBox::TextBox(std::string boxName) : Panel(std::move(boxName)) {
 }
 
 void TextBox::SetFontSize(int32_t size) {
-    fontId = FindOrLoadFont(kLabelFontName, kLabelFontPath, size, kFontColor, kFontBackColor);
+    fontId = FindOrLoadFont(kLabelFontName, kLabelFontPath, size, kTextColor, kTextBackColor);
     if (FontRecord* font = g_fontSystem->GetFont(static_cast<int>(fontId))) {
         caretHeight = font->cellHeight;
     }
@@ -184,37 +112,57 @@ TextBox::VisibleRange TextBox::ComputeVisibleRange() {
     return VisibleRange{first, first + count - 1};
 }
 
-TextBox::VisibleRange TextBox::SelectedSpan() {
+TextSpan<int32_t> TextBox::SelectedSpan() const {
     const int32_t length = Length(text);
-    const int32_t lo = std::max(0, std::min(std::min(selectionAnchor, selectionEnd), length));
-    return VisibleRange{lo, std::max(lo, std::min(std::max(selectionAnchor, selectionEnd), length))};
+    const TextSpan<int32_t> span = OrderedSpan(selectionAnchor, selectionEnd);
+    const int32_t from = std::max(0, std::min(span.from, length));
+    return TextSpan<int32_t>{from, std::max(from, std::min(span.to, length))};
 }
 
 void TextBox::DeleteSelection() {
     if (selectionAnchor == selectionEnd) {
         return;
     }
-    const VisibleRange span = SelectedSpan();
-    text.erase(span.first, span.last - span.first);
-    cursor = span.first;
+    const TextSpan<int32_t> span = SelectedSpan();
+    text.erase(span.from, span.to - span.from);
+    cursor = span.from;
     selectionAnchor = selectionEnd;
 }
 
 void TextBox::CopySelection() {
     if (selectionAnchor != selectionEnd) {
-        const VisibleRange span = SelectedSpan();
-        SDL_SetClipboardText(text.substr(span.first, span.last - span.first).c_str());
+        const TextSpan<int32_t> span = SelectedSpan();
+        SDL_SetClipboardText(text.substr(span.from, span.to - span.from).c_str());
     }
+}
+
+void TextBox::MoveCaret(CaretMove move, bool shift) {
+    if (shift && selectionAnchor == selectionEnd) {
+        selectionAnchor = cursor;
+    }
+    if (move == kMoveLeft) {
+        cursor = std::max(0, cursor - 1);
+    } else if (move == kMoveRight) {
+        cursor = std::min(Length(text), cursor + 1);
+    } else if (move == kMoveHome) {
+        cursor = 0;
+    } else {
+        cursor = Length(text);
+    }
+    if (shift) {
+        selectionEnd = cursor;
+    } else {
+        selectionAnchor = selectionEnd;
+    }
+    RestartCaretBlink();
 }
 
 void TextBox::EditFromKeys() {
     InputSystem* input = g_inputSystem;
-    const bool ctrl = input->keysHeld[kTextKeyLeftCtrl] != 0;
-    const bool shift = input->keysHeld[kTextKeyLeftShift] != 0;
+    const TextEditKeys keys = TextEditKeys::Read(*input);
     cursor = std::max(0, std::min(cursor, Length(text)));
 
-    // The root panel hands the clipboard over as typed text; the selection it replaces goes now.
-    if (ctrl && input->keysPressedNoRepeat[kTextKeyV] && SDL_HasClipboardText()) {
+    if (keys.paste) {
         DeleteSelection();
     }
     if (!input->textInput.empty()) {
@@ -226,22 +174,22 @@ void TextBox::EditFromKeys() {
         selectionAnchor = selectionEnd;
         RestartCaretBlink();
     }
-    if (ctrl && input->keysPressedNoRepeat[kTextKeyC]) {
+    if (keys.copy) {
         CopySelection();
     }
-    if (ctrl && input->keysPressedNoRepeat[kTextKeyX]) {
+    if (keys.cut) {
         CopySelection();
         DeleteSelection();
     }
     // No forward delete: the key only removes a selection.
-    if (input->keysPressedNoRepeat[kTextKeyDelete]) {
+    if (keys.deleteKey) {
         DeleteSelection();
     }
-    if (ctrl && input->keysPressedNoRepeat[kTextKeyA] && !text.empty()) {
+    if (keys.selectAll && !text.empty()) {
         selectionAnchor = 0;
         selectionEnd = Length(text);
     }
-    if (input->keysPressed[kTextKeyBackspace]) {
+    if (keys.backspace) {
         if (selectionAnchor != selectionEnd) {
             DeleteSelection();
         } else if (cursor > 0) {
@@ -254,52 +202,28 @@ void TextBox::EditFromKeys() {
         }
         RestartCaretBlink();
     }
-    static const int32_t kMoveKeys[] = {kTextKeyLeft, kTextKeyRight, kTextKeyHome, kTextKeyEnd};
-    for (int32_t key : kMoveKeys) {
-        if (!input->keysPressed[key]) {
-            continue;
+    static const CaretMove kMoveOrder[] = {kMoveLeft, kMoveRight, kMoveHome, kMoveEnd};
+    for (CaretMove move : kMoveOrder) {
+        if (keys.move[move]) {
+            MoveCaret(move, keys.shift);
         }
-        if (shift && selectionAnchor == selectionEnd) {
-            selectionAnchor = cursor;
-        }
-        if (key == kTextKeyLeft) {
-            cursor = std::max(0, cursor - 1);
-        } else if (key == kTextKeyRight) {
-            cursor = std::min(Length(text), cursor + 1);
-        } else if (key == kTextKeyHome) {
-            cursor = 0;
-        } else {
-            cursor = Length(text);
-        }
-        if (shift) {
-            selectionEnd = cursor;
-        } else {
-            selectionAnchor = selectionEnd;
-        }
-        RestartCaretBlink();
     }
 }
 
-void TextBox::Update() {
-    Panel::Update();
-    InputSystem* input = g_inputSystem;
-    active = HoldTextInput(active);
-    if (active) {
-        EditFromKeys();
+void TextBox::FollowMouseDrag() {
+    // Past either edge the caret walks one character per frame, which scrolls the text.
+    const int32_t mouseX = g_inputSystem->mouseX;
+    if (mouseX <= screenX + textMarginX) {
+        cursor = std::max(0, cursor - 1);
+    } else if (mouseX < screenX + innerWidth) {
+        cursor = IndexUnderMouse();
+    } else {
+        cursor = std::min(Length(text), cursor + 1);
     }
+    selectionEnd = cursor;
+}
 
-    if (selecting) {
-        // Past either edge the caret walks one character per frame, which scrolls the text.
-        if (input->mouseX <= screenX + textMarginX) {
-            cursor = std::max(0, cursor - 1);
-        } else if (input->mouseX < screenX + innerWidth) {
-            cursor = IndexUnderMouse();
-        } else {
-            cursor = std::min(Length(text), cursor + 1);
-        }
-        selectionEnd = cursor;
-    }
-
+void TextBox::ScrollToCaret() {
     VisibleRange range = ComputeVisibleRange();
     if (cursor > range.last + 1) {
         scrollStart += cursor - range.last + 1;
@@ -316,6 +240,17 @@ void TextBox::Update() {
     }
 }
 
+void TextBox::Update() {
+    Panel::Update();
+    active = HoldTextInput(active);
+    if (active) {
+        EditFromKeys();
+    }
+    if (selecting) {
+        FollowMouseDrag();
+    }
+    ScrollToCaret();
+}
 void TextBox::Draw() {
     Panel::Draw();
     FontRecord* font = g_fontSystem->GetFont(static_cast<int>(fontId));
@@ -329,8 +264,9 @@ void TextBox::Draw() {
     if (selectionAnchor != selectionEnd) {
         const int32_t first = std::max(0, std::min(scrollStart, Length(text)));
         const int32_t end = first + Length(visibleText);
-        const int32_t lo = std::max(first, std::min(std::min(selectionAnchor, selectionEnd), end));
-        const int32_t hi = std::max(lo, std::min(std::max(selectionAnchor, selectionEnd), end));
+        const TextSpan<int32_t> span = OrderedSpan(selectionAnchor, selectionEnd);
+        const int32_t lo = std::max(first, std::min(span.from, end));
+        const int32_t hi = std::max(lo, std::min(span.to, end));
         if (hi > lo) {
             const int32_t before = MeasureTextRange(font, visibleText, 0, lo - first, measureScratch);
             const int32_t selected = MeasureTextRange(font, visibleText, lo - first, hi - lo, measureScratch);

@@ -10,32 +10,7 @@
 #include "engine/api.h"
 #include "ui/label.h"
 #include "ui/panel.h"
-
-struct FontRecord;
-
-// The scancodes the text boxes read.
-enum TextKey : int32_t {
-    kTextKeyA = 4,
-    kTextKeyC = 6,
-    kTextKeyV = 25,
-    kTextKeyX = 27,
-    kTextKeyReturn = 40,
-    kTextKeyBackspace = 42,
-    kTextKeyHome = 74,
-    kTextKeyDelete = 76,
-    kTextKeyEnd = 77,
-    kTextKeyRight = 79,
-    kTextKeyLeft = 80,
-    kTextKeyDown = 81,
-    kTextKeyUp = 82,
-    kTextKeyLeftCtrl = 224,
-    kTextKeyLeftShift = 225,
-};
-
-// Milliseconds the caret stays on or off.
-const uint32_t kCaretBlinkMs = 500;
-const Color kSelectionColor = {80, 80, 255, 255};
-const Color kCaretColor = {0, 0, 0, 255};
+#include "ui/text_edit.h"
 
 class VORMI_API TextBox : public Panel {
 public:
@@ -60,13 +35,10 @@ public:
     // loaded, and caretHeight follows the font otherwise.
     void SetFontSize(int32_t size);
 
-    // Shown steadily while typing, then blinking; shared by every text box and rich text box.
+    // Shown steadily while typing, then blinking; shared by every text box and rich text box
+    // (RestartCaretBlink and BlinkCaret drive them).
     static bool caretVisible;
     static uint32_t caretToggleTime;
-    // Shows the caret and restarts its blink (after every edit and caret move).
-    static void RestartCaretBlink();
-    // Flips the caret when its time has come (once per drawn box is fine: the time moves on).
-    static void BlinkCaret();
 
     std::string text;
     bool active = false;
@@ -89,32 +61,16 @@ private:
         int32_t last;
     };
     VisibleRange ComputeVisibleRange();
-    // The selection as [lo, hi) within the text.
-    VisibleRange SelectedSpan();
+    // The selection ordered and clamped to the text.
+    TextSpan<int32_t> SelectedSpan() const;
     int32_t IndexUnderMouse();
     void DeleteSelection();
     void CopySelection();
     void EditFromKeys();
+    void MoveCaret(CaretMove move, bool shift);
+    void FollowMouseDrag();
+    void ScrollToCaret();
 
     // Reused for measuring pieces of the text, so drawing does not allocate.
     std::string measureScratch;
 };
-
-// The look both text boxes start with: 108 x 28, white, bordered, taking the mouse.
-void SetTextBoxDefaults(Panel* box);
-// Keeps SDL text input on while the box is active and answers a cancel request; returns whether the
-// box is still active. An inactive box leaves a pending cancel for the one that is editing.
-bool HoldTextInput(bool active);
-// The handle of the font at that size and colours, loaded from path when it is not cached yet;
-// kNoFont when it cannot be loaded.
-uint32_t FindOrLoadFont(const std::string& font, const std::string& path, int32_t size, Color color,
-                        Color backColor);
-// How many leading characters of text lie left of x pixels, rounded to the nearer character boundary.
-int32_t CharsBeforeX(FontRecord* font, const char* text, int32_t x);
-// The value pulled into the int32 range; sizes from scripts may be extreme, and their sums must not
-// overflow.
-int32_t SaturateInt32(int64_t value);
-// Width of count bytes of text from start on in the font, measured without allocating once scratch has
-// grown to the text's size. 0 without a font or for an empty range.
-int32_t MeasureTextRange(FontRecord* font, const std::string& text, size_t start, size_t count,
-                         std::string& scratch);

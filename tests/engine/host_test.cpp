@@ -11,19 +11,15 @@
 
 namespace fs = std::filesystem;
 
-namespace {
-
-// Runs the host without X, in the directory, on the offscreen video driver unless env says otherwise;
-// returns the exit status and fills the output.
-int RunHost(const TempWorkDir& dir, const std::vector<std::string>& args, std::string* out,
-            const std::string& videoDriver = "offscreen") {
+// Runs the host without X in the directory, on the given video driver; returns the exit status and
+// fills the output.
+static int RunHost(const TempWorkDir& dir, const std::vector<std::string>& args, std::string* out,
+                   const std::string& videoDriver = "offscreen") {
     VormiProcess run("", dir.path(), args, {"SDL_VIDEODRIVER=" + videoDriver});
     const int status = run.Wait(60);
     *out = run.output();
     return status;
 }
-
-}  // namespace
 
 TEST(Host, OptionsHelpVersionUsageFramesStatsExecAndSet) {
     TempWorkDir dir;
@@ -32,12 +28,11 @@ TEST(Host, OptionsHelpVersionUsageFramesStatsExecAndSet) {
     EXPECT_NE(out.find("--frames N"), std::string::npos);
     EXPECT_EQ(RunHost(dir, {"--version"}, &out), 0);
     EXPECT_EQ(out.rfind("vormi ", 0), 0u);
-    for (const std::vector<std::string>& bad : {std::vector<std::string>{"--bogus"},
-                                                 std::vector<std::string>{"--frames", "zero"},
-                                                 std::vector<std::string>{"--frames"}}) {
-        EXPECT_EQ(RunHost(dir, bad, &out), 2) << bad[0];
+    for (const char* bad : {"--bogus", "--frames"}) {
+        EXPECT_EQ(RunHost(dir, {bad, bad[2] == 'f' ? "zero" : "x"}, &out), 2) << bad;
         EXPECT_NE(out.find("Usage: vormi"), std::string::npos) << out;
     }
+    EXPECT_EQ(RunHost(dir, {"--frames"}, &out), 2) << "a missing count";
 
     ASSERT_EQ(RunHost(dir, {"-C", dir.path() + "/test/..", "--frames", "5", "--stats", "--exec", "testcmd", "--exec",
                             "fps", "--set", "frame_delay 7", "--set", "no_such_setting 1"},
@@ -65,9 +60,8 @@ TEST(Host, MissingOrForeignLibraryExitsTwoWithOneLine) {
     fs::create_directories(lonely);
     fs::copy_file(VORMI_HOST_PATH, lonely / "vormi");
     const std::string command = "cd '" + dir.path() + "' && '" + (lonely / "vormi").string() + "' 2>&1";
-    Desktop shell("");
     int status = 0;
-    std::string out = shell.Shell(command, &status);
+    std::string out = Shell(command, &status);
     EXPECT_EQ(status, 2);
     EXPECT_NE(out.find("vormi: cannot load " + (lonely / "libVormiEngine.so").string()), std::string::npos) << out;
     EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 1) << out;
@@ -83,7 +77,7 @@ TEST(Host, MissingOrForeignLibraryExitsTwoWithOneLine) {
         GTEST_SKIP() << "no system library to stand in for a foreign one";
     }
     fs::copy_file(other, lonely / "libVormiEngine.so");
-    out = shell.Shell(command, &status);
+    out = Shell(command, &status);
     EXPECT_EQ(status, 2);
     EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 1) << out;
     EXPECT_NE(out.find("does not export EngineMain"), std::string::npos) << out;

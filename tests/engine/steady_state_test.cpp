@@ -6,55 +6,30 @@
 #include <string>
 
 #include "console/command_system.h"
-#include "engine/engine.h"
 #include "support/engine_fixture.h"
 #include "ui/rich_text_box.h"
 #include "ui/root_panel.h"
 #include "ui/text_box.h"
 
-// Counts every allocation made through operator new while counting is on. Every form of new and
-// delete is replaced, so that memory the system libraries allocate one way and free another still
-// pairs up.
+// Counts every allocation made through operator new while counting is on. The plain and array forms
+// are replaced together with their deletes; the library's nothrow forms call them.
 static bool s_counting = false;
 static long s_allocations = 0;
 
-static void* Allocate(std::size_t size, std::size_t alignment = 0) {
-    if (s_counting) {
-        ++s_allocations;
-    }
-    if (size == 0) {
-        size = 1;
-    }
-    if (alignment > alignof(std::max_align_t)) {
-        size = (size + alignment - 1) / alignment * alignment;
-        return std::aligned_alloc(alignment, size);
-    }
-    return std::malloc(size);
-}
-
-static void* AllocateOrThrow(std::size_t size, std::size_t alignment = 0) {
-    if (void* p = Allocate(size, alignment)) {
+static void* CountedAllocate(std::size_t size) {
+    s_allocations += s_counting ? 1 : 0;
+    if (void* p = std::malloc(size == 0 ? 1 : size)) {
         return p;
     }
     throw std::bad_alloc();
 }
 
-void* operator new(std::size_t size) { return AllocateOrThrow(size); }
-void* operator new[](std::size_t size) { return AllocateOrThrow(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
-void* operator new(std::size_t size, std::align_val_t a) { return AllocateOrThrow(size, static_cast<std::size_t>(a)); }
-void* operator new[](std::size_t size, std::align_val_t a) { return AllocateOrThrow(size, static_cast<std::size_t>(a)); }
+void* operator new(std::size_t size) { return CountedAllocate(size); }
+void* operator new[](std::size_t size) { return CountedAllocate(size); }
 void operator delete(void* p) noexcept { std::free(p); }
 void operator delete[](void* p) noexcept { std::free(p); }
 void operator delete(void* p, std::size_t) noexcept { std::free(p); }
 void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
-void operator delete(void* p, const std::nothrow_t&) noexcept { std::free(p); }
-void operator delete[](void* p, const std::nothrow_t&) noexcept { std::free(p); }
-void operator delete(void* p, std::align_val_t) noexcept { std::free(p); }
-void operator delete[](void* p, std::align_val_t) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t, std::align_val_t) noexcept { std::free(p); }
-void operator delete[](void* p, std::size_t, std::align_val_t) noexcept { std::free(p); }
 
 static long SteadyFrameAllocations(const std::string& cvars) {
     TempWorkDir dir;

@@ -1,4 +1,4 @@
-// Desktop test driver: private Xvfb, the host in a temporary folder, xdotool input, import captures.
+// The host as a child process, and the desktop driver: a private Xvfb, xdotool input, import captures.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -14,44 +14,27 @@
 struct RGB {
     uint8_t r, g, b;
     bool operator==(const RGB& o) const { return r == o.r && g == o.g && b == o.b; }
-    bool operator!=(const RGB& o) const { return !(*this == o); }
 };
 std::string ToString(RGB c);
 
 struct Image {
-    int width = 0;
-    int height = 0;
+    int width = 0, height = 0;
     std::vector<uint8_t> pixels;  // RGB, row by row
     RGB At(int x, int y) const;   // black outside the image
-    bool empty() const { return width == 0; }
+    // Pixels of the rectangle whose r + g + b is below maxSum: the ink of dark text.
+    int Dark(int x0, int y0, int w, int h, int maxSum) const;
 };
 
-// Pixels of the rectangle whose r + g + b is below maxSum: the ink of dark text.
-int DarkPixels(const Image& image, int x0, int y0, int w, int h, int maxSum);
+// Runs a shell command (with DISPLAY set when display is not empty); returns its output.
+std::string Shell(const std::string& command, int* exitCode = nullptr, const std::string& display = "");
+void SleepSeconds(double seconds);
 
-class XServer {
-public:
-    XServer(int width = 1280, int height = 720);
-    ~XServer();
-    XServer(const XServer&) = delete;
-    XServer& operator=(const XServer&) = delete;
-    bool ok() const { return !display_.empty(); }
-    const std::string& display() const { return display_; }
-
-private:
-    pid_t pid_ = -1;
-    std::string display_;
-};
-
+// The vormi host in workDir; display "" runs it without X. Killed if still running at destruction.
 class VormiProcess {
 public:
-    // display "" runs without X; output() reads what the host printed.
     VormiProcess(const std::string& display, const std::string& workDir, const std::vector<std::string>& args,
                  const std::vector<std::string>& extraEnv = {});
     ~VormiProcess();
-    VormiProcess(const VormiProcess&) = delete;
-    VormiProcess& operator=(const VormiProcess&) = delete;
-
     // Exit status; -1 on timeout (then killed), -2 for a signal.
     int Wait(double timeoutSeconds);
     bool Running();
@@ -63,49 +46,32 @@ private:
     int status_ = -1;
 };
 
-class Desktop {
-public:
-    explicit Desktop(const std::string& display) : display_(display) {}
-
-    std::string Shell(const std::string& command, int* exitCode = nullptr) const;
-    // The id of the window with exactly this title, waiting for it to be mapped; 0 on timeout.
-    unsigned long FindWindow(const std::string& title, double timeoutSeconds = 20.0) const;
-    bool WindowGeometry(unsigned long window, int* x, int* y, int* w, int* h) const;
-    Image Capture(unsigned long window) const;
-    // Returns the last colour seen while waiting for want.
-    RGB WaitForPixel(unsigned long window, int x, int y, RGB want, double timeoutSeconds = 10.0) const;
-    void Focus(unsigned long window) const;
-    void Key(unsigned long window, const std::string& keys) const;
-    void Type(unsigned long window, const std::string& text) const;
-    // Buttons are held a few frames so per-frame sampling sees them.
-    void MouseMove(unsigned long window, int x, int y) const;
-    void MouseMoveRelative(int dx, int dy) const;
-    void MouseDown(int button = 1) const;
-    void MouseUp(int button = 1) const;
-    void Click(unsigned long window, int x, int y) const;
-    void ResizeWindow(unsigned long window, int w, int h) const;
-    // Sends WM_PROTOCOLS / WM_DELETE_WINDOW, as a window manager's close button does.
-    bool RequestClose(unsigned long window) const;
-
-private:
-    std::string display_;
-};
-
-void SleepSeconds(double seconds);
-
-// A host still running at the end is closed as a user would and must exit 0.
+// A private 1280x720 Xvfb per test; a host still running at the end is closed as a user would and
+// must exit 0.
 class DesktopTest : public ::testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
     void Start(const std::vector<std::string>& args, const std::string& cvars = "");
-    // Returns the cvars.txt saved at exit.
+    // Closes the window as a window manager does; returns the cvars.txt saved at exit.
     std::string Close();
+
+    std::string X(const std::string& command) const { return Shell(command, nullptr, display_); }
+    Image Capture() const;
     ::testing::AssertionResult Shows(int x, int y, RGB want, const char* what = "") const;
+    void Key(const std::string& keys) const;
+    void Type(const std::string& text) const;
+    // Buttons are held a few frames so per-frame sampling sees them.
+    void Button(const char* upOrDown) const;
+    void Click(int x, int y) const;
+    // With nothing open the engine has the mouse in relative mode, where only motion counts: run into
+    // the top-left corner, where SDL pins the pointer, then move by the target's coordinates.
+    void PointAt(int x, int y) const;
+    bool Geometry(int* w, int* h) const;
 
     TempWorkDir dir_;
-    std::unique_ptr<XServer> x_;
-    std::unique_ptr<Desktop> desk_;
+    std::string display_;
+    pid_t xvfb_ = -1;
     std::unique_ptr<VormiProcess> vormi_;
-    unsigned long window_ = 0;
+    std::string window_;
 };

@@ -1,21 +1,23 @@
 #include "support/offscreen.h"
 
 #include <SDL.h>
+#include <SDL_opengl.h>
 #include <SDL_ttf.h>
 
-#include <cstring>
 #include <fstream>
 #include <sstream>
 
 #include "engine/console_output.h"
 #include "engine/engine.h"
+#include "render/gl_renderer.h"
 #include "render/renderer.h"
+#include "resources/handle_table.h"
 #include "resources/model_mgr.h"
 #include "resources/texture_mgr.h"
 
 uint64_t OffscreenTest::now_ = 0;
 
-std::string ToString(Color c) {
+static std::string ToString(Color c) {
     return "(" + std::to_string(c.r) + "," + std::to_string(c.g) + "," + std::to_string(c.b) + "," +
            std::to_string(c.a) + ")";
 }
@@ -37,9 +39,8 @@ std::string TestDataFile(const std::string& name) {
     return ::testing::AssertionSuccess() << "got " << ToString(got);
 }
 
-bool Frame::operator==(const Frame& other) const {
-    return width == other.width && pixels.size() == other.pixels.size() &&
-           std::memcmp(pixels.data(), other.pixels.data(), pixels.size() * sizeof(Color)) == 0;
+std::string RendererName(const ::testing::TestParamInfo<int32_t>& info) {
+    return info.param == kRendererGL ? "GL" : "SDL";
 }
 
 void OffscreenTest::SetUp() {
@@ -47,11 +48,16 @@ void OffscreenTest::SetUp() {
     SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
     ASSERT_EQ(SDL_Init(SDL_INIT_VIDEO), 0) << SDL_GetError();
     ASSERT_EQ(TTF_Init(), 0);
-    g_window = SDL_CreateWindow("offscreen", 0, 0, width_, height_, SDL_WINDOW_HIDDEN);
+    const Uint32 flags = SDL_WINDOW_HIDDEN | (kind_ == kRendererGL ? SDL_WINDOW_OPENGL : 0);
+    g_window = SDL_CreateWindow("offscreen", 0, 0, width_, height_, flags);
     ASSERT_NE(g_window, nullptr) << SDL_GetError();
-    g_renderer = NewSDLRenderer();
+    g_windowWidth = width_;
+    g_windowHeight = height_;
+    g_renderer = kind_ == kRendererGL ? NewGLRenderer() : NewSDLRenderer();
     ASSERT_TRUE(g_renderer->Init());
+    g_renderer->PostInit();
     g_renderer->SetBlendMode(SDL_BLENDMODE_BLEND);
+    g_renderer->Begin2D();
     now_ = 1000;
     g_resourceTicks = [] { return now_; };
     g_consoleText.clear();
@@ -61,6 +67,7 @@ void OffscreenTest::TearDown() {
     g_modelMgr->Shutdown();
     g_textureMgr->Shutdown();
     g_resourceTicks = SDL_GetTicks64;
+    g_rendererReady = false;
     delete g_renderer;
     g_renderer = nullptr;
     SDL_DestroyWindow(g_window);
@@ -76,16 +83,25 @@ Frame OffscreenTest::Render(Color background, const std::function<void()>& draw)
     Frame frame;
     frame.width = width_;
     frame.pixels.resize(static_cast<size_t>(width_) * static_cast<size_t>(height_));
-    EXPECT_EQ(SDL_RenderReadPixels(SDL_GetRenderer(g_window), nullptr, SDL_PIXELFORMAT_RGBA32, frame.pixels.data(),
-                                   width_ * 4),
-              0);
+    if (kind_ != kRendererGL) {
+        EXPECT_EQ(SDL_RenderReadPixels(SDL_GetRenderer(g_window), nullptr, SDL_PIXELFORMAT_RGBA32,
+                                       frame.pixels.data(), width_ * 4),
+                  0);
+        return frame;
+    }
+    // GL counts rows from the bottom, and draws what it has batched only when asked.
+    static_cast<GLRenderer*>(g_renderer)->Flush();
+    std::vector<Color> rows(frame.pixels.size());
+    glReadPixels(0, 0, width_, height_, GL_RGBA, GL_UNSIGNED_BYTE, rows.data());
+    for (int y = 0; y < height_; ++y) {
+        std::copy_n(&rows[static_cast<size_t>(height_ - 1 - y) * width_], width_, &frame.pixels[static_cast<size_t>(y) * width_]);
+    }
     return frame;
 }
 
-::testing::AssertionResult OffscreenTest::PixelIs(int x, int y, Color want, int tolerance) const {
-    const SDL_Rect at = {x, y, 1, 1};
-    Color got = {0, 0, 0, 0};
-    SDL_RenderReadPixels(SDL_GetRenderer(g_window), &at, SDL_PIXELFORMAT_RGBA32, &got, 4);
-    ::testing::AssertionResult result = SameColor(got, want, tolerance);
-    return result << " at (" << x << "," << y << ")";
+void OffscreenTest::ExpectProbes(const Frame& frame, const std::vector<Probe>& probes) const {
+    for (const Probe& p : probes) {
+        EXPECT_TRUE(SameColor(frame.At(p.x, p.y), p.want))
+            << p.what << " at (" << p.x << "," << p.y << ") on " << g_renderer->GetName();
+    }
 }

@@ -3,6 +3,9 @@
 #include <SDL.h>
 #include <SDL_ttf.h>
 
+#include <cstring>
+
+#include "app/interface.h"
 #include "console/command_system.h"
 #include "console/cvars.h"
 #include "engine/engine.h"
@@ -12,6 +15,7 @@
 
 void UiTest::SetUp() {
     *g_inputSystem = InputSystem();
+    g_inputSystem->mouseX = g_inputSystem->mouseY = -100;
     g_commandQueue.clear();
     g_consoleText.clear();
 }
@@ -35,6 +39,42 @@ void UiTest::Settle(int frames) {
     }
 }
 
+void UiTest::Press(std::initializer_list<int> keys, std::initializer_list<int> mods) {
+    InputSystem* in = g_inputSystem;
+    for (int key : keys) {
+        in->keysPressed[key] = in->keysPressedNoRepeat[key] = in->keysHeld[key] = 1;
+    }
+    for (int key : mods) {
+        in->keysHeld[key] = 1;
+    }
+    top_->Update();
+    std::memset(in->keysPressed, 0, sizeof(in->keysPressed));
+    std::memset(in->keysPressedNoRepeat, 0, sizeof(in->keysPressedNoRepeat));
+    std::memset(in->keysHeld, 0, sizeof(in->keysHeld));
+    in->mouseWheel = 0;
+}
+
+void UiTest::Type(const std::string& text) {
+    g_inputSystem->textInput += text;
+    Press({});
+}
+
+void WidgetTest::SetUp() {
+    UiTest::SetUp();
+    ASSERT_EQ(SDL_Init(SDL_INIT_VIDEO), 0) << SDL_GetError();
+    ASSERT_EQ(TTF_Init(), 0);
+    top_ = new Panel("top");
+    top_->width = 400;
+    top_->height = 300;
+}
+
+void WidgetTest::TearDown() {
+    top_->Destroy();
+    g_commandQueue.clear();
+    TTF_Quit();
+    SDL_Quit();
+}
+
 void InterfaceTest::SetUp() {
     UiTest::SetUp();
     ASSERT_EQ(TTF_Init(), 0);
@@ -42,6 +82,7 @@ void InterfaceTest::SetUp() {
     g_windowWidth = windowWidth_;
     g_windowHeight = windowHeight_;
     CreateRootPanel();
+    BuildInterface(g_rootPanel);
     top_ = g_rootPanel;
     Settle(4);
     g_consoleText.clear();

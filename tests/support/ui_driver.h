@@ -1,7 +1,11 @@
-// Drives a panel tree as the frame loop does, without a screen, drawing into a recording renderer.
+// Drives a panel tree as the frame loop does, without a screen: the input system's fields are written
+// as the pump would, the real Update runs, and Draw goes to a recording renderer.
 #pragma once
 
 #include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <string>
 
 #include "support/engine_fixture.h"
 #include "support/recording_renderer.h"
@@ -13,14 +17,40 @@ protected:
     // One frame of the tree under top_ with the mouse at (x, y), the left button down or up.
     void Step(int x, int y, bool down);
     void Click(int x, int y);
+    void ClickOn(Panel* p) { Click(p->screenX + p->width / 2, p->screenY + p->height / 2); }
     // Attached panels go live at a frame's end, one tree level per frame.
     void Settle(int frames = 1);
-
-    void ClickOn(Panel* p) { Click(p->screenX + p->width / 2, p->screenY + p->height / 2); }
+    // One frame in which keys go down (a first press) while mods are held; then all are let go.
+    void Press(std::initializer_list<int> keys, std::initializer_list<int> mods = {});
+    // One frame with only mods held (with a wheel turn, say).
+    void Hold(std::initializer_list<int> mods) { Press({}, mods); }
+    // One frame in which text arrives as typed.
+    void Type(const std::string& text);
+    // Places the panel (and sizes it when w and h are given) under parent, top_ by default; it goes
+    // live at the next Settle.
+    template <typename T>
+    T* Add(T* panel, int x, int y, int w = 0, int h = 0, Panel* parent = nullptr) {
+        panel->x = x;
+        panel->y = y;
+        if (w > 0) {
+            panel->width = w;
+            panel->height = h;
+        }
+        (parent ? parent : top_)->AddChild(panel);
+        return panel;
+    }
 
     Panel* top_ = nullptr;
     RecordingRenderer renderer_;
     ScopedRenderer scopedRenderer_{&renderer_};
+};
+
+// A plain 400 x 300 top panel with SDL video (for the clipboard), fonts and a copy of test/.
+class WidgetTest : public UiTest {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+    TempWorkDir dir_;
 };
 
 // The whole interface as the engine builds it at start-up, for a window of the given size.

@@ -8,18 +8,20 @@
 
 #include "app/fps_counter.h"
 #include "app/main_menu.h"
+#include "app/options_menu.h"
 #include "console/command_system.h"
 #include "console/console_panel.h"
 #include "console/cvars.h"
 #include "engine/console_output.h"
 #include "engine/engine.h"
 #include "input/input_system.h"
-#include "support/engine_fixture.h"
+#include "render/renderer.h"
 #include "support/ui_driver.h"
 #include "ui/button.h"
 #include "ui/rich_text_box.h"
 #include "ui/root_panel.h"
 #include "ui/text_box.h"
+#include "ui/toggle_button.h"
 
 namespace {
 
@@ -44,7 +46,9 @@ protected:
 };
 
 TEST_F(AppPanels, MainMenuStaysCentredAndItsButtonsRunTheirCommands) {
-    ASSERT_TRUE(g_mainMenu && g_mainMenu->parent == g_rootPanel->GetLayer(kLayerMenus) && g_mainMenu->visible);
+    ASSERT_NE(g_mainMenu, nullptr);
+    EXPECT_EQ(g_mainMenu->parent, g_rootPanel->GetLayer(kLayerMenus));
+    EXPECT_TRUE(g_mainMenu->visible);
     EXPECT_EQ(g_mainMenu->x, 390);
     EXPECT_EQ(g_mainMenu->y, 210);
 
@@ -60,7 +64,9 @@ TEST_F(AppPanels, MainMenuStaysCentredAndItsButtonsRunTheirCommands) {
 
 TEST_F(AppPanels, ToolFpsSwitchesTheRightAlignedReadout) {
     FPSCounter* fps = g_fpsCounter;
-    ASSERT_TRUE(fps && fps->parent == g_rootPanel->GetLayer(kLayerToolsOverlay) && !fps->visible);
+    ASSERT_NE(fps, nullptr);
+    EXPECT_EQ(fps->parent, g_rootPanel->GetLayer(kLayerToolsOverlay));
+    EXPECT_FALSE(fps->visible);
     const struct {
         const char* toolFps;
         int rate;
@@ -85,7 +91,9 @@ TEST_F(AppPanels, ToolFpsSwitchesTheRightAlignedReadout) {
 
 TEST_F(AppPanels, ConsoleSubmitsToCvarsOrCommandsAndWalksItsHistory) {
     ConsolePanel* con = g_consolePanel;
-    ASSERT_TRUE(con && con->parent == g_rootPanel->GetLayer(kLayerTools) && !con->visible);
+    ASSERT_NE(con, nullptr);
+    EXPECT_EQ(con->parent, g_rootPanel->GetLayer(kLayerTools));
+    EXPECT_FALSE(con->visible);
     Frame({SDL_SCANCODE_GRAVE});
     Frame();
     ASSERT_TRUE(con->visible);
@@ -135,6 +143,81 @@ TEST_F(AppPanels, ConsoleSubmitsToCvarsOrCommandsAndWalksItsHistory) {
     Click(5, 5);
     EXPECT_FALSE(con->visible) << "a click elsewhere takes the focus, which hides the console";
     EXPECT_FALSE(g_inputSystem->wantTextInput);
+}
+
+TEST_F(AppPanels, OptionsOpenCentredWithTheCvarsAndCloseDiscardsEdits) {
+    OptionsMenu* menu = g_optionsMenu;
+    ASSERT_FALSE(menu->visible);
+    cv_viewport_autoscale.SetString("1");
+    cv_viewport_scale.SetString("1.25");
+    menu->scaleBox->SetText("stale");
+    g_rootPanel->HideLayer(kLayerMenus);
+    g_commandSystem->Execute("open_optionsmenu");
+    Settle();
+    EXPECT_TRUE(g_rootPanel->GetLayer(kLayerMenus)->visible);
+    EXPECT_TRUE(menu->focused);
+    EXPECT_EQ(menu->screenX, (1280 - 350) / 2);
+    EXPECT_EQ(menu->y, (720 - 400) / 2);
+    EXPECT_TRUE(menu->autoscaleToggle->checked);
+    EXPECT_EQ(menu->scaleBox->text, "1.25");
+    EXPECT_EQ(menu->scaleBox->cursor, 4);
+
+    menu->scaleBox->SetText("4");
+    menu->autoscaleToggle->SetChecked(false);
+    ClickOn(menu->closeButton);
+    Settle();
+    EXPECT_EQ(g_optionsMenu, menu) << "hidden, not destroyed";
+    EXPECT_FALSE(menu->visible);
+    EXPECT_EQ(cv_viewport_scale.value, "1.25");
+    EXPECT_EQ(menu->scaleBox->text, "1.25");
+    EXPECT_TRUE(menu->autoscaleToggle->checked);
+}
+
+TEST_F(AppPanels, OptionsOkWritesFirstWordsAndCancelAfterApplyKeepsTheApplied) {
+    OptionsMenu* menu = g_optionsMenu;
+    const struct {
+        const char *scale, *delay, *scaleWritten, *delayWritten;
+    } cases[] = {{"1.5 more words", " 7 ms", "1.5", "7"}, {"", "", "", ""}};
+    for (const auto& c : cases) {
+        g_commandSystem->Execute("open_optionsmenu");
+        Settle();
+        menu->clearToggle->SetChecked(false);
+        menu->scaleBox->SetText(c.scale);
+        menu->frameDelayBox->SetText(c.delay);
+        ClickOn(menu->okButton);
+        EXPECT_FALSE(menu->visible);
+        EXPECT_EQ(cv_viewport_scale.value, c.scaleWritten);
+        EXPECT_EQ(cv_frame_delay.value, c.delayWritten);
+        EXPECT_EQ(cv_render_clear.intValue, 0);
+    }
+    g_commandSystem->Execute("open_optionsmenu");
+    Settle();
+    menu->scaleBox->SetText("2");
+    ClickOn(menu->applyButton);
+    EXPECT_TRUE(menu->visible);
+    menu->scaleBox->SetText("3");
+    ClickOn(menu->cancelButton);
+    EXPECT_FALSE(menu->visible);
+    EXPECT_EQ(cv_viewport_scale.value, "2");
+}
+
+TEST_F(AppPanels, OptionsRendererButtonTurnsRedOnlyForAnotherRenderer) {
+    selectedRendererIndex = 0;
+    g_commandSystem->Execute("open_optionsmenu");
+    Settle();
+    Button* button = g_optionsMenu->rendererButton;
+    EXPECT_EQ(button->text, "RecordingRenderer");
+    renderer_.name = "SDLRenderer";
+    const char* const presses[] = {"GLRenderer", "SDLRenderer", "GLRenderer"};
+    for (const char* shown : presses) {
+        ClickOn(button);
+        const bool running = std::string(shown) == "SDLRenderer";
+        EXPECT_EQ(button->text, shown);
+        EXPECT_EQ(cv_renderer_type.value, shown);
+        EXPECT_EQ(button->normalColor.r, running ? 150 : 200) << shown;
+        EXPECT_EQ(button->pressedColor.r, running ? 112 : 160) << shown;
+        EXPECT_EQ(button->backgroundColor.g, running ? 150 : 10) << shown;
+    }
 }
 
 }  // namespace

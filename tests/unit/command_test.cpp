@@ -7,7 +7,7 @@
 #include "engine/engine.h"
 #include "support/engine_fixture.h"
 
-TEST(SplitCommandLine, NameAndRestWithTheQuoteRules) {
+TEST(Tokenizer, CommandLinesSplitIntoNameAndRestWithTheQuoteRule) {
     const char* const cases[][3] = {
         {"frame_delay 5", "frame_delay", "5"},
         {"a  b c", "a", "b c"},
@@ -16,14 +16,30 @@ TEST(SplitCommandLine, NameAndRestWithTheQuoteRules) {
         {"say x\"he said \"hi\"\" y", "say", "he said \"hi\""},  // more: first to last, inner quotes kept
         {"frame_delay \"5", "frame_delay", ""},                   // one quote drops the value
         {"cmd first line\nsecond line", "cmd", "first line"},
+        {"cmd\n\n  next", "cmd", "next"},
         {"   ", "", ""},
-        {"", "", ""},
         {"only", "only", ""},
     };
     for (const auto& c : cases) {
         const CommandLine line = SplitCommandLine(c[0]);
         EXPECT_EQ(line.name, c[1]) << c[0];
         EXPECT_EQ(line.args, c[2]) << c[0];
+    }
+}
+
+TEST(Tokenizer, NumbersStopAtTheFirstMissingMalformedOrOutOfRangeOne) {
+    const struct {
+        const char* text;
+        size_t read;
+        int32_t first, second;
+    } cases[] = {{" 12\t-3 9", 2, 12, -3}, {"+7x 8", 1, 7, 99}, {"5.5 6", 1, 5, 99}, {"abc 3", 0, 99, 99},
+                 {"- 3", 0, 99, 99},       {"", 0, 99, 99},     {"99999999999 1", 0, 99, 99},
+                 {"-2147483648 2147483647", 2, INT32_MIN, INT32_MAX}};
+    for (const auto& c : cases) {
+        int32_t numbers[2] = {99, 99};
+        EXPECT_EQ(ReadInts(c.text, numbers, 2), c.read) << c.text;
+        EXPECT_EQ(numbers[0], c.first) << c.text;
+        EXPECT_EQ(numbers[1], c.second) << c.text;
     }
 }
 
@@ -39,7 +55,6 @@ class CommandTest : public ::testing::Test {
 protected:
     void SetUp() override {
         g_commandQueue.clear();
-        s_fallbackLines.clear();
         g_commandSystem->SetFallbackHandler(nullptr);
         g_quit = false;
     }
@@ -49,7 +64,7 @@ protected:
 
 }  // namespace
 
-TEST_F(CommandTest, BuiltInsPrintExactlyTheirLinesAndNamesAreCaseSensitive) {
+TEST_F(CommandTest, CommandsPrintExactlyTheirLinesAndNamesAreCaseSensitive) {
     g_fps = 42;
     const char* const cases[][2] = {
         {"EXIT now", "Unknown command: EXIT\n"},
@@ -70,27 +85,14 @@ TEST_F(CommandTest, BuiltInsPrintExactlyTheirLinesAndNamesAreCaseSensitive) {
 TEST_F(CommandTest, FallbackGetsTheWholeLineAndLinesQueuedWhileTheQueueRunsAreDropped) {
     g_commandSystem->SetFallbackHandler(RecordFallback);
     g_commandSystem->Execute("  my_cmd  \"a b\"  c ");
-    EXPECT_EQ(s_fallbackLines, std::vector<std::string>{"  my_cmd  \"a b\"  c "});
     g_commandQueue.clear();
-
-    CommandGlobal("custom one");
-    CommandGlobal("custom two");
+    for (const char* line : {"custom one", "exit", "testcmd", "custom two"}) {
+        CommandGlobal(line);
+    }
     g_commandSystem->ExecuteQueue();
     g_commandSystem->ExecuteQueue();
     EXPECT_EQ(s_fallbackLines, (std::vector<std::string>{"  my_cmd  \"a b\"  c ", "custom one", "custom two"}));
     EXPECT_TRUE(g_commandQueue.empty());
-    EXPECT_EQ(log.text().find("Test command Global"), std::string::npos);
-}
-
-TEST_F(CommandTest, ExitAndALaterLineInTheSameFrameBothRun) {
-    g_commandSystem->SetFallbackHandler(RecordFallback);
-    for (const char* quit : {"exit", "quit"}) {
-        g_quit = false;
-        CommandGlobal(quit);
-        CommandGlobal("testcmd");
-        g_commandSystem->ExecuteQueue();
-        EXPECT_TRUE(g_quit) << quit;
-        EXPECT_TRUE(s_fallbackLines.empty()) << "built-ins win over the fallback";
-    }
-    EXPECT_EQ(log.text(), "Test command Global\nTest command Global\n");
+    EXPECT_TRUE(g_quit) << "\"exit\" and the lines after it in the same frame all run";
+    EXPECT_EQ(log.text(), "Test command Global\n") << "only the queued testcmd, not those the fallback queued";
 }

@@ -1,4 +1,5 @@
 #include <SDL.h>
+#include <SDL_opengl.h>
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -9,7 +10,7 @@
 #include <vector>
 
 #include "engine/console_output.h"
-#include "engine/engine.h"
+#include "render/gl_renderer.h"
 #include "resources/model_mgr.h"
 #include "resources/texture_mgr.h"
 #include "support/offscreen.h"
@@ -20,9 +21,8 @@ namespace {
 // offset and size, then in the mesh header each array's count and offset.
 const size_t kMeshAt = 76;
 const size_t kStringTableAt = kMeshAt + 60;
-const size_t kFields[] = {44,           52,           56,           kMeshAt + 36, kMeshAt + 40,
-                          kMeshAt + 44, kMeshAt + 48, kMeshAt + 52, kMeshAt + 56};
-enum Field { kMesh, kStrings, kStringsSize, kVertexCount, kVertices, kIndexCount, kIndices, kSectionCount, kSections };
+const size_t kFields[] = {44, 52, 56, kMeshAt + 36, kMeshAt + 40, kMeshAt + 44, kMeshAt + 48, kMeshAt + 52, kMeshAt + 56};
+enum Field { kVertexCount = 3, kIndexCount = 5, kIndices, kSectionCount };
 
 void PutI32(std::string& bytes, size_t at, int32_t value) {
     for (int i = 0; i < 4; ++i) {
@@ -30,25 +30,22 @@ void PutI32(std::string& bytes, size_t at, int32_t value) {
     }
 }
 
+// A unit quad facing the camera, one section per triangle, textures named in the string table.
 struct ModelFile {
-    std::vector<ModelVertex> vertices;
-    std::vector<uint32_t> indices = {0, 1, 2, 0, 2, 3};
+    std::vector<ModelVertex> vertices = {{-1, 1, 0, 0, 0, 1, 0, 0}, {1, 1, 0, 0, 0, 1, 1, 0},
+                                         {1, -1, 0, 0, 0, 1, 1, 1}, {-1, -1, 0, 0, 0, 1, 0, 1}};
+    std::vector<uint32_t> indices = {0, 3, 2, 0, 2, 1};
     std::vector<ModelSection> sections = {{0, 0, 3}, {1, 3, 3}};
     std::string strings;
 
-    explicit ModelFile(const std::string& textureNames = "") : strings(textureNames) {
-        for (int i = 0; i < 4; ++i) {
-            const float f = static_cast<float>(i);
-            vertices.push_back({f, f + 0.5f, -f, 0.0f, 1.0f, 0.0f, f * 0.25f, 1.0f - f * 0.25f});
-        }
-    }
+    explicit ModelFile(const std::string& textureNames = "") : strings(textureNames) {}
     std::string Build() const {
         std::string bytes(kStringTableAt, '\0');
         bytes.replace(0, 4, "VEMM");
         const size_t vertexAt = kStringTableAt + strings.size();
         const size_t indexAt = vertexAt + vertices.size() * sizeof(ModelVertex);
         const size_t sectionAt = indexAt + indices.size() * sizeof(uint32_t);
-        const size_t values[] = {kMeshAt,       kStringTableAt, strings.size(),  vertices.size(), vertexAt,
+        const size_t values[] = {kMeshAt,        kStringTableAt, strings.size(),  vertices.size(), vertexAt,
                                  indices.size(), indexAt,        sections.size(), sectionAt};
         for (int i = 0; i < 9; ++i) {
             PutI32(bytes, kFields[i], static_cast<int32_t>(values[i]));
@@ -61,6 +58,14 @@ struct ModelFile {
     }
 };
 
+void WriteModel(TempWorkDir& dir, const std::string& name, const std::string& bytes) {
+    dir.WriteFile("test/models/" + name, bytes);
+}
+
+Texture* Skin() {
+    return g_textureMgr->GetTexture(g_textureMgr->FindTexture("skin.bmp"));
+}
+
 class ModelMgrTest : public OffscreenTest {
 protected:
     void SetUp() override {
@@ -69,25 +74,23 @@ protected:
         ASSERT_TRUE(g_modelMgr->Init());
         dir_.WriteFile("test/tex/skin.bmp", TestDataFile("rgb24.bmp"));
     }
-    void WriteModel(const std::string& name, const std::string& bytes) { dir_.WriteFile("test/models/" + name, bytes); }
-    static ModelRecord* Model(int handle) { return g_modelMgr->GetModel(handle); }
-    static Texture* Skin() { return g_textureMgr->GetTexture(g_textureMgr->FindTexture("skin.bmp")); }
 };
 
 TEST_F(ModelMgrTest, LoadsGeometryOnceAndModelsNamingOneTextureShareIt) {
     const ModelFile file(std::string("skin.bmp\0\0absent.bmp", 20));
-    WriteModel("quad.vmdl", file.Build());
-    WriteModel("other.vmdl", ModelFile("skin.bmp").Build());
+    WriteModel(dir_, "quad.vmdl", file.Build());
+    WriteModel(dir_, "other.vmdl", ModelFile("skin.bmp").Build());
     const int handle = g_modelMgr->LoadModel("quad.vmdl");
     ASSERT_GE(handle, 1) << g_consoleText;
-    const ModelRecord* model = Model(handle);
-    ASSERT_TRUE(model->vertices.size() == 4 && model->sections.size() == 2);
+    const ModelRecord* model = g_modelMgr->GetModel(handle);
+    ASSERT_EQ(model->vertices.size(), 4u);
+    ASSERT_EQ(model->sections.size(), 2u);
     EXPECT_EQ(std::memcmp(model->vertices.data(), file.vertices.data(), 4 * sizeof(ModelVertex)), 0);
     EXPECT_EQ(model->indices, file.indices);
     EXPECT_EQ(std::memcmp(model->sections.data(), file.sections.data(), 2 * sizeof(ModelSection)), 0);
     EXPECT_EQ(model->textureNames, (std::vector<std::string>{"skin.bmp", "absent.bmp"}));
     EXPECT_EQ(model->textureHandles, (std::vector<int>{g_textureMgr->FindTexture("skin.bmp"), 0}));
-    EXPECT_TRUE(model->vertexBuffer == 0 && !model->uploaded) << "CPU arrays only under the SDL renderer";
+    EXPECT_FALSE(model->uploaded) << "CPU arrays only under the SDL renderer";
 
     std::filesystem::remove("test/models/quad.vmdl");
     EXPECT_EQ(g_modelMgr->LoadModel(".\\quad.vmdl"), handle);
@@ -95,19 +98,18 @@ TEST_F(ModelMgrTest, LoadsGeometryOnceAndModelsNamingOneTextureShareIt) {
     EXPECT_EQ(Skin()->refCount, 2);
     EXPECT_EQ(g_textureMgr->GetTexture(0)->refCount, 0);
     g_modelMgr->UnloadModel(handle);
-    EXPECT_TRUE(Model(handle)->name.empty() && Model(handle)->vertices.empty());
-    EXPECT_TRUE(Skin()->refCount == 1 && Skin()->releaseTime == 0u);
+    EXPECT_TRUE(g_modelMgr->GetModel(handle)->name.empty());
+    EXPECT_EQ(Skin()->refCount, 1);
     now_ = 5000;
     g_modelMgr->UnloadModel(other);
-    EXPECT_TRUE(Skin()->refCount == 0 && Skin()->releaseTime == 35000u && Skin()->width == 3)
-        << "the texture waits out its grace period";
+    EXPECT_EQ(Skin()->releaseTime, 35000u) << "the last model gives its texture back";
 }
 
 TEST_F(ModelMgrTest, UnreadableFilesReportPathAndGiveFallback) {
     std::string wrongMagic = ModelFile().Build();
     wrongMagic[3] = 'X';
-    WriteModel("magic.vmdl", wrongMagic);
-    WriteModel("tiny.vmdl", "VE");
+    WriteModel(dir_, "magic.vmdl", wrongMagic);
+    WriteModel(dir_, "tiny.vmdl", "VE");
     const char* const cases[][2] = {{"absent.vmdl", "Error: Could not open model file: ./test/models/absent.vmdl\n"},
                                     {"magic.vmdl", "Invalid model magic number: ./test/models/magic.vmdl\n"},
                                     {"tiny.vmdl", "Invalid model magic number: ./test/models/tiny.vmdl\n"}};
@@ -116,43 +118,23 @@ TEST_F(ModelMgrTest, UnreadableFilesReportPathAndGiveFallback) {
         EXPECT_EQ(g_modelMgr->LoadModel(c[0]), 0) << c[0];
         EXPECT_EQ(g_consoleText, c[1]);
     }
-    WriteModel("magic.vmdl", ModelFile().Build());
+    WriteModel(dir_, "magic.vmdl", ModelFile().Build());
     EXPECT_GE(g_modelMgr->LoadModel("magic.vmdl"), 1) << "failures are not remembered";
-    EXPECT_TRUE(Model(0)->name == "missing_model" && Model(0)->indices.size() == 3 && Model(-1) == nullptr);
+    EXPECT_EQ(g_modelMgr->GetModel(0)->name, "missing_model");
 }
 
-TEST_F(ModelMgrTest, HeldModelsAreCollectedAfterGracePeriodAndKeptOnesNever) {
-    WriteModel("held.vmdl", ModelFile("skin.bmp").Build());
-    WriteModel("kept.vmdl", ModelFile().Build());
+TEST_F(ModelMgrTest, AHeldModelWithNoVerticesReplacedByTheNextLoadLeavesNoTextureReference) {
+    ModelFile empty("skin.bmp");
+    empty.vertices.clear();
+    WriteModel(dir_, "empty.vmdl", empty.Build());
+    WriteModel(dir_, "next.vmdl", ModelFile().Build());
     int holder = 0;
-    g_modelMgr->SetModel("held.vmdl", holder);
-    g_modelMgr->SetModel("./held.vmdl", holder);
+    g_modelMgr->SetModel("empty.vmdl", holder);
     ASSERT_GE(holder, 1);
-    EXPECT_EQ(Model(holder)->refCount, 1) << "the holder already had it";
-    g_modelMgr->ReleaseModel(holder);
-    now_ = 2000;
-    g_modelMgr->ReleaseModel(holder);
-    EXPECT_EQ(Model(holder)->refCount, 0) << "clamped at zero";
-    EXPECT_EQ(Model(holder)->releaseTime, 32000u) << "and the deadline pushed out";
-    const int kept = g_modelMgr->LoadPersistentModel("kept.vmdl");
-    g_modelMgr->ReleaseModel(kept);
-    for (int handle : {0, -1, 50}) {
-        g_modelMgr->ReleaseModel(handle);
-        g_modelMgr->UnloadModel(handle);
-    }
-
-    now_ = 31999;
-    for (int i = 0; i < 6; ++i) {
-        g_modelMgr->Collect();
-    }
-    EXPECT_EQ(Model(holder)->name, "held.vmdl");
-    now_ = 100000;
-    for (int i = 0; i < 6; ++i) {
-        g_modelMgr->Collect();
-    }
-    EXPECT_TRUE(Model(holder)->name.empty() && Model(holder)->vertices.empty());
-    EXPECT_TRUE(Skin()->refCount == 0 && Skin()->releaseTime == 130000u) << "the texture is given back";
-    EXPECT_EQ(Model(kept)->name, "kept.vmdl");
+    EXPECT_EQ(Skin()->refCount, 1);
+    EXPECT_EQ(g_modelMgr->LoadModel("next.vmdl"), holder) << "an entry without vertices looks free";
+    EXPECT_EQ(Skin()->refCount, 0);
+    EXPECT_EQ(Skin()->releaseTime, 31000u);
 }
 
 TEST_F(ModelMgrTest, ArraysAreBoundedByTheFileAndMalformedFilesAlwaysLoad) {
@@ -167,11 +149,13 @@ TEST_F(ModelMgrTest, ArraysAreBoundedByTheFileAndMalformedFilesAlwaysLoad) {
     PutI32(shortBytes, kFields[kIndexCount], 3);
     PutI32(shortBytes, kFields[kIndices], 0);
     PutI32(shortBytes, kFields[kSectionCount], 1);
-    WriteModel("short.vmdl", shortBytes);
-    const ModelRecord* model = Model(g_modelMgr->LoadModel("short.vmdl"));
-    ASSERT_TRUE(model->vertices.size() == 4u && model->sections.size() == 1u);
-    EXPECT_TRUE(model->vertices[1].px == 1.0f && model->vertices[2].px == 0.0f);
+    WriteModel(dir_, "short.vmdl", shortBytes);
+    const ModelRecord* model = g_modelMgr->GetModel(g_modelMgr->LoadModel("short.vmdl"));
+    ASSERT_EQ(model->vertices.size(), 4u);
+    EXPECT_EQ(model->vertices[1].px, 1.0f);
+    EXPECT_EQ(model->vertices[2].px, 0.0f);
     EXPECT_EQ(model->indices, (std::vector<uint32_t>{0, 0, 0}));
+    ASSERT_EQ(model->sections.size(), 1u);
     EXPECT_EQ(model->sections[0].indexCount, 0u);
 
     const std::string base = ModelFile(std::string("a.bmp\0b.bmp", 11)).Build();
@@ -189,10 +173,10 @@ TEST_F(ModelMgrTest, ArraysAreBoundedByTheFileAndMalformedFilesAlwaysLoad) {
             }
         }
         const std::string name = "fuzz" + std::to_string(round) + ".vmdl";
-        WriteModel(name, bytes);
+        WriteModel(dir_, name, bytes);
         const int handle = g_modelMgr->LoadModel(name);
         ASSERT_GE(handle, 1) << "round " << round;
-        model = Model(handle);
+        model = g_modelMgr->GetModel(handle);
         EXPECT_LE(model->vertices.size() * sizeof(ModelVertex), bytes.size()) << "round " << round;
         EXPECT_LE(model->indices.size() * sizeof(uint32_t), bytes.size()) << "round " << round;
         EXPECT_LE(model->sections.size() * sizeof(ModelSection), bytes.size()) << "round " << round;
@@ -202,5 +186,43 @@ TEST_F(ModelMgrTest, ArraysAreBoundedByTheFileAndMalformedFilesAlwaysLoad) {
         }
     }
 }
+
+class ModelDrawing : public RendererTest {};
+
+TEST_P(ModelDrawing, IndicesPastTheVerticesDrawWithoutReadingOutsideThem) {
+    ASSERT_TRUE(g_textureMgr->Init());
+    ASSERT_TRUE(g_modelMgr->Init());
+    ModelFile file;
+    file.indices = {0, 3, 2, 0, 99, 1u << 31, 4};
+    file.sections = {{0, 0, 7}, {5, 4, 1000}};
+    WriteModel(dir_, "bad.vmdl", file.Build());
+    ModelFile none;
+    none.vertices.clear();
+    WriteModel(dir_, "none.vmdl", none.Build());
+    for (const char* name : {"bad.vmdl", "none.vmdl"}) {
+        ModelRecord* model = g_modelMgr->GetModel(g_modelMgr->LoadModel(name));
+        ASSERT_NE(model, nullptr);
+        EXPECT_EQ(model->uploaded, kind_ == kRendererGL) << name;
+        const Frame frame = Render(kGrey, [&] {
+            g_renderer->Begin3D(0, 0, width_, height_, 90.0f, 1.0f, 100.0f);
+            g_renderer->DrawModel(model, 0.0f, 0.0f, -2.0f, 0.0f, 0.0f, 0.0f);
+        });
+        ExpectProbes(frame, {{20, 20, kGrey, "outside the quad"}});
+        if (kind_ != kRendererGL) {
+            continue;
+        }
+        // What went to the GPU: every vertex number inside the vertices, none at all without vertices.
+        auto getBufferData = reinterpret_cast<PFNGLGETBUFFERSUBDATAPROC>(SDL_GL_GetProcAddress("glGetBufferSubData"));
+        std::vector<uint32_t> uploaded(model->bufferIndexCount);
+        g_gl.BindBuffer(GL_ELEMENT_ARRAY_BUFFER, model->indexBuffer);
+        getBufferData(GL_ELEMENT_ARRAY_BUFFER, 0, uploaded.size() * 4, uploaded.data());
+        g_gl.BindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0);
+        const std::vector<uint32_t> want = name == std::string("bad.vmdl") ? std::vector<uint32_t>{0, 3, 2, 0, 0, 0, 0}
+                                                                           : std::vector<uint32_t>{};
+        EXPECT_EQ(uploaded, want) << name;
+    }
+}
+
+INSTANTIATE_ON_BOTH_RENDERERS(ModelDrawing);
 
 }  // namespace

@@ -1,31 +1,17 @@
-#include <SDL.h>
 #include <gtest/gtest.h>
 
-#include <cstddef>
+#include <string>
 
 #include "console/command_system.h"
 #include "console/cvar.h"
+#include "engine/console_output.h"
 #include "engine/engine_common.h"
 #include "input/input_system.h"
-#include "render/draw_types.h"
 #include "resources/file_system.h"
 #include "resources/font_system.h"
 #include "resources/model_mgr.h"
 #include "resources/texture_mgr.h"
-
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"
-static_assert(sizeof(Color) == 4 && offsetof(Color, a) == 3, "Color layout");
-static_assert(sizeof(Rect) == sizeof(SDL_Rect) && offsetof(Rect, h) == offsetof(SDL_Rect, h), "Rect is SDL_Rect");
-static_assert(sizeof(Point) == sizeof(SDL_Point) && offsetof(Point, y) == offsetof(SDL_Point, y), "Point");
-static_assert(sizeof(Vertex) == sizeof(SDL_Vertex) && offsetof(Vertex, u) == offsetof(SDL_Vertex, tex_coord), "Vertex");
-static_assert(sizeof(EngineHooks) == 3 * sizeof(void*) && sizeof(TextSize) == 8, "hooks and text size");
-static_assert(sizeof(ModelVertex) == 32 && sizeof(ModelSection) == 12, "model file records");
-static_assert(offsetof(CVar, master) == 0 && offsetof(CVar, name) == sizeof(void*), "CVar::master, name");
-static_assert(offsetof(CVar, floatValue) == offsetof(CVar, name) + 2 * sizeof(std::string), "CVar::floatValue");
-static_assert(offsetof(CVar, save) == offsetof(CVar, floatValue) + 8, "CVar::intValue, save");
-static_assert(offsetof(CVar, next) == offsetof(CVar, save) + 2 * sizeof(void*), "CVar::onChange, next");
-static_assert(offsetof(EngineCommon, rootPanel) == sizeof(void*), "EngineCommon: vtable, root panel");
-static_assert(offsetof(EngineCommon, extraHook) == 4 * sizeof(void*), "then the start, frame and extra hooks");
+#include "support/engine_fixture.h"
 
 TEST(Registry, FindsEveryStaticSubsystemByItsExactVersionNameAndNothingElse) {
     IEngineCommon* common = GetEngineCommonInterface();
@@ -60,13 +46,31 @@ TEST(Registry, HooksAreCalledWithTheCommonObjectAndUnsetHooksAreSkipped) {
     common->CallStartHook();
     common->CallFrameHook();
     common->CallExtraHook();
-    EXPECT_TRUE(s_hookCalls[0] == 0 && s_hookCalls[1] == 1 && s_hookArg == common);
+    EXPECT_EQ(s_hookCalls[0], 0);
+    EXPECT_EQ(s_hookCalls[1], 1);
+    EXPECT_EQ(s_hookArg, common);
     const EngineHooks all = {StartHook, FrameHook, ExtraHook};
     common->SetHooks(&all);
     common->SetHooks(nullptr);  // ignored: the hooks stay
     common->CallStartHook();
     common->CallExtraHook();
-    EXPECT_TRUE(s_hookCalls[0] == 1 && s_hookCalls[2] == 1);
+    EXPECT_EQ(s_hookCalls[0], 1);
+    EXPECT_EQ(s_hookCalls[2], 1);
     const EngineHooks none = {nullptr, nullptr, nullptr};
     common->SetHooks(&none);
+}
+
+TEST(ConsoleOutput, TextIsKeptAsGivenUpTo4095BytesInLogAndConsoleText) {
+    LogCapture log;
+    g_consoleText.clear();
+    ConMsg("%s", std::string(5000, 'x').c_str());
+    EXPECT_EQ(g_consoleText, std::string(4095, 'x'));
+    EXPECT_EQ(log.text(), std::string(4095, 'x') + "\n");
+
+    log.Clear();
+    g_consoleText.clear();
+    ConMsg("%s", "100%d %s %n done\n");
+    ConMsg("second %d", 2);
+    EXPECT_EQ(log.text(), "100%d %s %n done\nsecond 2\n");
+    EXPECT_EQ(g_consoleText, "100%d %s %n done\nsecond 2") << "no newline added";
 }

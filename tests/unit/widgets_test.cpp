@@ -1,20 +1,15 @@
-#include <SDL.h>
-#include <SDL_ttf.h>
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "console/command_system.h"
-#include "console/panel_commands.h"
+#include "app/test_panels.h"
 #include "engine/engine.h"
-#include "render/renderer.h"
 #include "resources/font_system.h"
 #include "resources/texture_mgr.h"
-#include "support/engine_fixture.h"
 #include "support/offscreen.h"
 #include "support/ui_driver.h"
 #include "ui/button.h"
@@ -25,45 +20,9 @@
 #include "ui/toggle_button.h"
 #include "ui/widget_factory.h"
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"
-static_assert(offsetof(Label, text) == sizeof(Panel), "label fields follow the panel");
-static_assert(offsetof(Label, fontSize) == offsetof(Label, text) + 3 * sizeof(std::string), "text, path, name");
-static_assert(offsetof(Label, autoSize) == offsetof(Label, fontColor) + 8, "autoSize after the two colours");
-static_assert(offsetof(Button, globalCommand) == sizeof(Label), "button fields follow the label");
-static_assert(offsetof(Button, normalColor) == offsetof(Button, pressedColor) + 4, "pressed colour, then normal");
-static_assert(offsetof(ToggleButton, checked) == sizeof(Button) && offsetof(GrabBar, grabOffsetX) == sizeof(Button),
-              "button subclasses extend the button");
-static_assert(offsetof(ImagePanel, texture) == sizeof(Panel) && offsetof(Form, grabBar) == sizeof(Panel),
-              "panel subclasses extend the panel");
-#pragma GCC diagnostic pop
-
 namespace {
 
-class Widgets : public UiTest {
-protected:
-    void SetUp() override {
-        UiTest::SetUp();
-        ASSERT_EQ(TTF_Init(), 0);
-        top_ = new Panel("top");
-        top_->width = 400;
-        top_->height = 300;
-    }
-    void TearDown() override {
-        top_->Destroy();
-        g_commandQueue.clear();
-        TTF_Quit();
-    }
-    template <typename T>
-    T* Add(T* widget, int x, int y, Panel* parent = nullptr) {
-        widget->x = x;
-        widget->y = y;
-        (parent ? parent : top_)->AddChild(widget);
-        Settle(2);
-        return widget;
-    }
-    TempWorkDir dir_;
-};
+using Widgets = WidgetTest;
 
 class CommandSink : public Panel {
 public:
@@ -76,15 +35,16 @@ TEST_F(Widgets, LabelSizesToTextAndButtonCentresIt) {
     Label* label = Add(new Label("label"), 0, 0);
     FontRecord* font = g_fontSystem->GetFont(static_cast<int>(label->fontId));
     ASSERT_NE(font, nullptr) << "the default font loads";
-    EXPECT_EQ(font->size, 20);
     label->SetText("Hello");
-    EXPECT_TRUE(label->width == g_fontSystem->MeasureText("Hello", font).width && label->height == font->cellHeight);
+    EXPECT_EQ(label->width, g_fontSystem->MeasureText("Hello", font).width);
+    EXPECT_EQ(label->height, font->cellHeight);
     label->SetProperty("font_size", "big");
     EXPECT_EQ(g_fontSystem->GetFont(static_cast<int>(label->fontId))->size, 20) << "not a number: no change";
     label->SetProperty("font_size", "30");
     EXPECT_EQ(g_fontSystem->GetFont(static_cast<int>(label->fontId))->size, 30);
 
     Button* button = Add(new Button("button"), 10, 20);
+    Settle(2);
     button->SetText("A text far wider than seventy-five pixels");
     EXPECT_EQ(button->width, 75) << "buttons keep their size";
     EXPECT_EQ(button->textOffsetX, (75 - button->textWidth) / 2);
@@ -95,41 +55,42 @@ TEST_F(Widgets, LabelSizesToTextAndButtonCentresIt) {
                                      std::to_string(10 + button->textOffsetX) + " " +
                                      std::to_string(20 + button->textOffsetY));
     ASSERT_GT(at, 0);
-    EXPECT_TRUE(renderer_.calls[at - 1] == "clip 10 20 390 25" && renderer_.calls[at + 1] == "clip off");
+    EXPECT_EQ(renderer_.calls[at - 1], "clip 10 20 390 25");
+    EXPECT_EQ(renderer_.calls[at + 1], "clip off");
 }
 
 TEST_F(Widgets, ButtonRunsItsCommandsOnlyWhenReleasedOverIt) {
-    CommandSink* sink = Add(new CommandSink(), 0, 0);
-    sink->width = 300;
-    sink->height = 200;
+    CommandSink* sink = Add(new CommandSink(), 0, 0, 300, 200);
     dir_.WriteFile("test/scripts/b.txt", "Button\n{\nname \"b\"\nposition 20 20\nglobal_command \"testcmd\"\n"
                                          "panel_command \"apply\"\npressed_color 1 2 3\nregular_color 4 5 6 7\n}\n");
     sink->LoadFromFile("./test/scripts/b.txt");
     Button* button = static_cast<Button*>(sink->FindChild("b"));
     ASSERT_NE(button, nullptr);
-    Settle();
+    Settle(2);
     Step(30, 30, false);
     Step(30, 30, true);
-    EXPECT_TRUE(button->backgroundColor.r == 1 && button->backgroundColor.a == 255) << "pressed colour, alpha default";
+    EXPECT_EQ(button->backgroundColor.r, 1) << "pressed colour";
+    EXPECT_EQ(button->backgroundColor.a, 255) << "alpha defaults";
     Step(30, 30, false);
     EXPECT_EQ(button->backgroundColor.g, 5);
     EXPECT_EQ(g_commandQueue, std::vector<std::string>{"testcmd"});
     EXPECT_EQ(sink->received, std::vector<std::string>{"apply"});
-
     Step(30, 30, true);
     Step(250, 150, true);
     Step(250, 150, false);
-    EXPECT_EQ(g_commandQueue.size() + sink->received.size(), 2u);
+    EXPECT_EQ(g_commandQueue.size() + sink->received.size(), 2u) << "released elsewhere runs nothing";
     EXPECT_EQ(button->backgroundColor.r, 4);
     button->Unfocus();
     button->enabled = false;
     button->OnMousePressed();
-    EXPECT_TRUE(button->backgroundColor.r == 1 && !button->focused);
+    EXPECT_EQ(button->backgroundColor.r, 1) << "a disabled button still shows the press";
+    EXPECT_FALSE(button->focused);
 }
 
 TEST_F(Widgets, ButtonBevelSinksAndImageFollowsState) {
     Button* button = Add(new Button("b"), 10, 20);
     button->releasedTexture = 5;
+    Settle(2);
     top_->Draw();
     const std::vector<std::string> released = {
         "clip 10 20 75 25", "fill 10 20 75 25 150 150 150 255", "line 10 20 10 43 135 135 135 255 w1",
@@ -140,7 +101,6 @@ TEST_F(Widgets, ButtonBevelSinksAndImageFollowsState) {
     ASSERT_LE(start + released.size(), renderer_.calls.size());
     const auto first = renderer_.calls.begin() + start;
     EXPECT_EQ(std::vector<std::string>(first, first + static_cast<long>(released.size())), released);
-
     Step(15, 25, false);
     Step(15, 25, true);
     for (int pressedTexture : {0, 7}) {
@@ -149,37 +109,38 @@ TEST_F(Widgets, ButtonBevelSinksAndImageFollowsState) {
         top_->Draw();
         EXPECT_GE(renderer_.IndexOf("line 10 20 10 43 64 64 64 255 w1"), 0) << "sunken while pressed";
         EXPECT_GE(renderer_.IndexOf("line 84 20 84 44 135 135 135 255 w1"), 0);
-        const std::string image = pressedTexture ? "texture 7" : "texture 5";
-        EXPECT_GE(renderer_.IndexOf(image + " 10 20 75 25 255 255 255 255"), 0);
+        EXPECT_GE(renderer_.IndexOf(std::string(pressedTexture ? "texture 7" : "texture 5") +
+                                    " 10 20 75 25 255 255 255 255"), 0);
     }
 }
 
 TEST_F(Widgets, ToggleButtonFlipsBeforeItsCommands) {
     ToggleButton* toggle = Add(static_cast<ToggleButton*>(CreateWidget("ToggleButton")), 50, 50);
+    Settle(2);
     EXPECT_EQ(toggle->width, 16);
     toggle->globalCommand = "testcmd";
-    Click(55, 55);
-    EXPECT_TRUE(toggle->checked && toggle->text == "X");
-    Click(55, 55);
-    EXPECT_TRUE(!toggle->checked && toggle->text.empty());
+    for (const char* mark : {"X", ""}) {
+        Click(55, 55);
+        EXPECT_EQ(toggle->checked, *mark != '\0');
+        EXPECT_EQ(toggle->text, mark);
+    }
     EXPECT_EQ(g_commandQueue.size(), 2u) << "each click runs the commands";
     toggle->SetChecked(true);
     EXPECT_EQ(g_commandQueue.size(), 2u) << "SetChecked runs nothing";
 }
 
 TEST_F(Widgets, GrabBarDragsItsFormByTheMouseOffset) {
-    Panel* container = Add(new Panel("container"), 20, 10);
-    container->width = 380;
-    container->height = 290;
-    Form* form = Add(new Form("dragged"), 30, 40, container);
-    Add(new Form("cover"), 200, 200, container);
+    Panel* container = Add(new Panel("container"), 20, 10, 380, 290);
+    Form* form = Add(new Form("dragged"), 30, 40, 0, 0, container);
+    Add(new Form("cover"), 200, 200, 0, 0, container);
+    Settle(3);
     EXPECT_EQ(form->grabBar->text, "dragged");
-
     Step(60, 55, false);
     Step(60, 55, true);
     EXPECT_EQ(container->children.back(), form);
     Step(240, 230, true);
-    EXPECT_TRUE(form->x == 240 - 10 - 20 && form->y == 230 - 5 - 10);
+    EXPECT_EQ(form->x, 240 - 10 - 20);
+    EXPECT_EQ(form->y, 230 - 5 - 10);
     Step(5, 5, true);
     EXPECT_EQ(form->x, -25) << "no bounds";
     Step(5, 5, false);
@@ -190,7 +151,8 @@ TEST_F(Widgets, GrabBarDragsItsFormByTheMouseOffset) {
 TEST_F(Widgets, FormKeepsItsBarsAtTheEdgesAndFactoryKnowsTheTypes) {
     Form* form = Add(new Form("f"), 50, 50);
     form->SetProperty("size", "300 120");
-    EXPECT_TRUE(form->closeButton->x == 250 && form->grabBar->width == 250);
+    EXPECT_EQ(form->closeButton->x, 250);
+    EXPECT_EQ(form->grabBar->width, 250);
     EXPECT_EQ(form->closeButton->panelCommand, "close_panel");
     for (const char* name : {"Panel", "GrabBar", "ImagePanel", "Label", "Button", "ToggleButton"}) {
         std::unique_ptr<Panel> widget(CreateWidget(name));
@@ -199,7 +161,8 @@ TEST_F(Widgets, FormKeepsItsBarsAtTheEdgesAndFactoryKnowsTheTypes) {
     }
     std::unique_ptr<Panel> bar(CreateWidget("GrabBar"));
     EXPECT_NE(dynamic_cast<GrabBar*>(bar.get()), nullptr);
-    EXPECT_TRUE(CreateWidget("button") == nullptr && CreateWidget("Form") == nullptr);
+    EXPECT_EQ(CreateWidget("button"), nullptr);
+    EXPECT_EQ(CreateWidget("Form"), nullptr);
 }
 
 class TestCommands : public Widgets {
@@ -232,7 +195,9 @@ TEST_F(TestCommands, CreatePanelCountsAndPlacesFromRand) {
     for (Panel* panel : g_testPanels) {
         const int x = std::rand() % 641;
         const int y = std::rand() % 481;
-        EXPECT_TRUE(panel->parent == g_rootPanel && panel->x == x && panel->y == y);
+        EXPECT_EQ(panel->parent, g_rootPanel);
+        EXPECT_EQ(panel->x, x);
+        EXPECT_EQ(panel->y, y);
         EXPECT_EQ(panel->backgroundColor.b, (x + y) % 256);
     }
     for (const char* line : {"test_create_panel 0", "test_create_panel many", "test_create_panel -3"}) {
@@ -254,7 +219,6 @@ TEST_F(TestCommands, DestroyLeavesAlonePanelsTheUserClosed) {
     EXPECT_EQ(RootChildren("test_form"), 2u) << "freed at the root's next update";
     g_rootPanel->Update();
     EXPECT_EQ(RootChildren("test_form") + RootChildren("test_panel"), 0u);
-
     g_rootPanel->HideLayer(kLayerMenus);
     g_commandSystem->Execute("show_mainmenu");
     EXPECT_TRUE(g_rootPanel->GetLayer(kLayerMenus)->visible);
@@ -277,9 +241,10 @@ TEST_F(ImagePanels, HoldTheirTextureUntilDestroyed) {
     Texture* entry = g_textureMgr->GetTexture(first->texture);
     EXPECT_EQ(entry->refCount, 2);
     first->Destroy();
-    EXPECT_TRUE(entry->refCount == 1 && entry->releaseTime == 0u);
+    EXPECT_EQ(entry->refCount, 1);
     top->Destroy();
-    EXPECT_TRUE(entry->refCount == 0 && entry->releaseTime != 0u) << "the last holder schedules the release";
+    EXPECT_EQ(entry->refCount, 0) << "the last holder lets go";
+    EXPECT_NE(entry->releaseTime, 0u) << "and schedules the release";
 }
 
 }  // namespace

@@ -1,17 +1,11 @@
-#include "console/panel_commands.h"
+#include "app/test_panels.h"
 
 #include <algorithm>
 #include <cstdlib>
-#include <locale>
-#include <sstream>
 #include <string>
-#include <utility>
 
-#include "app/main_menu.h"
-#include "app/options_menu.h"
 #include "console/command_system.h"
-#include "console/console_panel.h"
-#include "engine/engine.h"
+#include "render/renderer.h"
 #include "ui/form.h"
 #include "ui/panel.h"
 #include "ui/root_panel.h"
@@ -47,12 +41,8 @@ public:
 
 // The count argument: no number reads as 0, which makes one; negative makes none.
 int32_t ReadCount(const std::string& args) {
-    std::istringstream in(args);
-    in.imbue(std::locale::classic());
     int32_t count = 0;
-    if (!(in >> count)) {
-        count = 0;
-    }
+    ReadInts(args, &count, 1);
     if (count == 0) {
         return 1;
     }
@@ -81,51 +71,24 @@ void CreateTestPanels(const CommandLine& line) {
     }
 }
 
-void ShowLayerPanel(int32_t id) {
-    if (g_rootPanel) {
-        g_rootPanel->ShowLayer(id);
-    }
-}
-
 }  // namespace
 
-void Cmd_ShowConsole(const CommandLine&) {
-    ConsolePanel* console = g_consolePanel;
-    if (!console) {
-        return;
-    }
-    console->visible = true;
-    console->ApplyVisibility();
-}
-
-void Cmd_ShowMainMenu(const CommandLine&) {
-    ShowLayerPanel(kLayerMenus);
-    if (g_mainMenu) {
-        ShowPanel(g_mainMenu);
-    }
-}
-
-// The options menu lives on the menus layer; the layer shows even while there is no menu on it.
-void Cmd_OpenOptionsMenu(const CommandLine&) {
-    ShowLayerPanel(kLayerMenus);
-    if (g_optionsMenu) {
-        ShowPanel(g_optionsMenu);
-        KeepOnRoot(g_optionsMenu, kOptionsHomeX, kOptionsHomeY);
-    }
-}
-
-void Cmd_TestCreatePanel(const CommandLine& line) {
+static void Cmd_TestCreatePanel(const CommandLine& line) {
     CreateTestPanels<TestPanel>(line);
 }
 
-void Cmd_TestCreateForm(const CommandLine& line) {
+static void Cmd_TestCreateForm(const CommandLine& line) {
     CreateTestPanels<TestForm>(line);
 }
 
-void Cmd_TestDestroyPanel(const CommandLine&) {
+static void Cmd_TestDestroyPanel(const CommandLine&) {
     // Marked only: each panel's parent frees it at its next update, when the list is already empty.
     for (Panel* panel : g_testPanels) {
         panel->closeRequested = true;
     }
     g_testPanels.clear();
 }
+
+static CommandReg s_testCreatePanel("test_create_panel", Cmd_TestCreatePanel);
+static CommandReg s_testCreateForm("test_create_form", Cmd_TestCreateForm);
+static CommandReg s_testDestroyPanel("test_destroy_panel", Cmd_TestDestroyPanel);
