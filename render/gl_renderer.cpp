@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <utility>
 
 #include "console/cvars.h"
 #include "engine/console_output.h"
@@ -32,10 +33,6 @@ bool LoadGLFunctions() {
     return ok;
 }
 
-static void SetColor(Color c) {
-    glColor4f(c.r / 255.0f, c.g / 255.0f, c.b / 255.0f, c.a / 255.0f);
-}
-
 static float F(int32_t n) {
     return static_cast<float>(n);
 }
@@ -58,31 +55,6 @@ static SDL_GLContext CreateContext() {
         context = SDL_GL_CreateContext(g_window);
     }
     return context;
-}
-
-// One textured quad over (x, y, w, h) with the whole texture.
-static void TexturedQuad(float x, float y, float w, float h) {
-    glBegin(GL_QUADS);
-    glTexCoord2f(0.0f, 0.0f);
-    glVertex2f(x, y);
-    glTexCoord2f(1.0f, 0.0f);
-    glVertex2f(x + w, y);
-    glTexCoord2f(1.0f, 1.0f);
-    glVertex2f(x + w, y + h);
-    glTexCoord2f(0.0f, 1.0f);
-    glVertex2f(x, y + h);
-    glEnd();
-}
-
-// Untextured drawing in a colour; lines also take their width.
-static void BeginFlat(Color color) {
-    glDisable(GL_TEXTURE_2D);
-    SetColor(color);
-}
-
-static void BeginLines(Color color, int width) {
-    BeginFlat(color);
-    glLineWidth(static_cast<float>(width));
 }
 
 static void TransformModel(float px, float py, float pz, float rx, float ry, float rz) {
@@ -241,6 +213,7 @@ bool GLRenderer::Init() {
 void GLRenderer::PostInit() {
     glViewport(0, 0, g_windowWidth, g_windowHeight);
     glEnable(GL_TEXTURE_2D);
+    batch_.SetTexturing(true);
 }
 
 void GLRenderer::Shutdown() {
@@ -248,11 +221,17 @@ void GLRenderer::Shutdown() {
     StoreViewportScale();
 }
 
+void GLRenderer::Flush() {
+    batch_.Sync();
+}
+
 void GLRenderer::Clear() {
+    batch_.Sync();
     glClear(GL_COLOR_BUFFER_BIT);
 }
 
 void GLRenderer::Present() {
+    batch_.Sync();
     SDL_GL_SwapWindow(g_window);
 }
 
@@ -261,6 +240,7 @@ void GLRenderer::SetDrawColor(uint8_t r, uint8_t g, uint8_t b, uint8_t a) {
 }
 
 void GLRenderer::SetBlendMode(int mode) {
+    batch_.SetBlendMode(mode);
     glEnable(GL_BLEND);
     switch (mode) {
         case SDL_BLENDMODE_NONE:
@@ -281,16 +261,12 @@ void GLRenderer::SetBlendMode(int mode) {
 }
 
 void GLRenderer::SetClipRect(const Rect* rect) {
-    if (!rect) {
-        glDisable(GL_SCISSOR_TEST);
-        return;
-    }
-    glEnable(GL_SCISSOR_TEST);
-    // GL counts rows from the bottom of the window.
-    glScissor(rect->x, g_windowHeight - rect->y - rect->h, rect->w, rect->h);
+    // Applied as the scissor when something is drawn, or at the next sync.
+    batch_.SetClip(rect);
 }
 
 void GLRenderer::UpdateViewportScale() {
+    batch_.Sync();
     RefreshViewportScale();
     // The scale only lays out the UI; GL keeps drawing in window pixels.
     glViewport(0, 0, g_windowWidth, g_windowHeight);
@@ -298,6 +274,8 @@ void GLRenderer::UpdateViewportScale() {
 }
 
 void GLRenderer::Begin2D() {
+    batch_.Sync();
+    batch_.SetPixelSpace(true);
     glViewport(0, 0, g_windowWidth, g_windowHeight);
     glMatrixMode(GL_PROJECTION);
     glLoadIdentity();
@@ -319,11 +297,16 @@ static void LoadFrustum(float halfWidth, float halfHeight, float zNear, float zF
 }
 
 void GLRenderer::SetPerspective(float fovX, float fovY, float zNear, float zFar) {
+    batch_.Sync();
+    batch_.SetPixelSpace(false);
     LoadFrustum(std::tan(fovX * kDegToRad * 0.5f) * zNear, std::tan(fovY * kDegToRad * 0.5f) * zNear, zNear,
                 zFar);
 }
 
 void GLRenderer::Begin3D(int x, int y, int w, int h, float fov, float zNear, float zFar) {
+    batch_.Sync();
+    batch_.SetPixelSpace(false);
+    batch_.SetTexturing(true);
     glViewport(x, g_windowHeight - y - h, w, h);
     // The horizontal extent takes fov as given; only the vertical one uses a sane angle.
     const float halfWidth = std::tan(fov * kDegToRad * 0.5f) * zNear;
@@ -350,6 +333,7 @@ Texture GLRenderer::CreateTexture(SDL_Surface* surface, const std::string& name,
     }
     texture.width = surface->w;
     texture.height = surface->h;
+    batch_.Flush();
     // R, G, B, A bytes in memory: what GL_RGBA with GL_UNSIGNED_BYTE reads.
     SDL_Surface* rgba = SDL_ConvertSurfaceFormat(surface, SDL_PIXELFORMAT_ABGR8888, 0);
     if (!rgba) {
@@ -373,46 +357,45 @@ Texture GLRenderer::CreateTexture(SDL_Surface* surface, const std::string& name,
 }
 
 void GLRenderer::DrawTextureById(const Rect* rect, Color color, int id) {
-    glEnable(GL_TEXTURE_2D);
+    batch_.SetTexturing(true);
     const uint32_t texture = g_textureMgr->GetGLTexture(id);
     if (texture == 0 || !rect) {
         return;
     }
-    glBindTexture(GL_TEXTURE_2D, texture);
-    SetColor(color);
-    TexturedQuad(F(rect->x), F(rect->y), F(rect->w), F(rect->h));
+    batch_.Rectangle(F(rect->x), F(rect->y), F(rect->x) + F(rect->w), F(rect->y) + F(rect->h), color, texture, 0.0f,
+                     0.0f, 1.0f, 1.0f);
 }
 
 void GLRenderer::DrawTexture(Texture texture, int x, int y) {
-    glEnable(GL_TEXTURE_2D);
+    batch_.SetTexturing(true);
     if (texture.glTexture == 0) {
         return;
     }
-    glBindTexture(GL_TEXTURE_2D, texture.glTexture);
-    glColor4f(1.0f, 1.0f, 1.0f, 1.0f);
-    TexturedQuad(F(x), F(y), F(texture.width), F(texture.height));
+    batch_.Rectangle(F(x), F(y), F(x) + F(texture.width), F(y) + F(texture.height), Color{255, 255, 255, 255},
+                     texture.glTexture, 0.0f, 0.0f, 1.0f, 1.0f);
 }
 
 void GLRenderer::DrawLine(Point p1, Point p2, Color color, int width) {
-    BeginLines(color, width);
+    // A one-pixel line running right or down lights exactly the pixels of the rectangle it spans.
+    if (width == 1 && (p1.y == p2.y ? p1.x < p2.x : p1.x == p2.x && p1.y < p2.y)) {
+        batch_.Rectangle(F(p1.x), F(p1.y), F(p2.x + 1), F(p2.y + 1), color);
+        return;
+    }
     // Pixel centres, with the far end pushed one pixel on so that its pixel is lit as well.
     const float dx = p1.x < p2.x ? 1.1f : 0.1f;
     const float dy = p1.y < p2.y ? 1.1f : 0.1f;
-    glBegin(GL_LINES);
-    glVertex2f(F(p1.x) + 0.1f, F(p1.y) + 0.1f);
-    glVertex2f(F(p2.x) + dx, F(p2.y) + dy);
-    glEnd();
+    batch_.BeginShape(GL_LINES, color, F(width));
+    batch_.Vertex(F(p1.x) + 0.1f, F(p1.y) + 0.1f);
+    batch_.Vertex(F(p2.x) + dx, F(p2.y) + dy);
 }
 
 void GLRenderer::DrawArrow(Point p1, Point p2, Color color, int width, int headLength, int headWidth) {
     const ArrowHead head = ComputeArrowHead(p1, p2, headLength, headWidth);
-    SetColor(color);
     DrawLine(p1, head.base, color, width);
-    glBegin(GL_TRIANGLES);
-    glVertex2f(F(p2.x), F(p2.y));
-    glVertex2f(F(head.base.x - head.ox), F(head.base.y + head.oy));
-    glVertex2f(F(head.base.x + head.ox), F(head.base.y - head.oy));
-    glEnd();
+    batch_.BeginShape(GL_TRIANGLES, color);
+    batch_.Vertex(F(p2.x), F(p2.y));
+    batch_.Vertex(F(head.base.x - head.ox), F(head.base.y + head.oy));
+    batch_.Vertex(F(head.base.x + head.ox), F(head.base.y - head.oy));
 }
 
 void GLRenderer::FillPolygon(const std::vector<Point>& points, int count, Color color) {
@@ -423,14 +406,22 @@ void GLRenderer::FillPolygon(const std::vector<Point>& points, int count, Color 
     if (count < 3) {
         return;
     }
-    BeginFlat(color);
-    glBegin(GL_TRIANGLES);
+    batch_.BeginShape(GL_TRIANGLES, color);
     for (int i = 1; i <= count - 2; ++i) {
-        glVertex2f(F(points[0].x), F(points[0].y));
-        glVertex2f(F(points[i].x), F(points[i].y));
-        glVertex2f(F(points[i + 1].x), F(points[i + 1].y));
+        batch_.Vertex(F(points[0].x), F(points[0].y));
+        batch_.Vertex(F(points[i].x), F(points[i].y));
+        batch_.Vertex(F(points[i + 1].x), F(points[i + 1].y));
     }
-    glEnd();
+}
+
+// A closed outline as separate segments, so that outlines join one run.
+template <typename PointAt>
+static void LineLoop(GLBatch& batch, int count, PointAt at) {
+    for (int i = 0; i < count; ++i) {
+        const auto a = at(i), b = at((i + 1) % count);
+        batch.Vertex(a.first, a.second);
+        batch.Vertex(b.first, b.second);
+    }
 }
 
 void GLRenderer::DrawPolygon(const std::vector<Point>& points, int count, int width, Color color) {
@@ -440,109 +431,78 @@ void GLRenderer::DrawPolygon(const std::vector<Point>& points, int count, int wi
     if (count < 2) {
         return;
     }
-    BeginLines(color, width);
-    glBegin(GL_LINE_LOOP);
-    for (int i = 0; i < count; ++i) {
-        glVertex2f(F(points[i].x), F(points[i].y));
-    }
-    glEnd();
+    batch_.BeginShape(GL_LINES, color, F(width));
+    LineLoop(batch_, count, [&](int i) { return std::make_pair(F(points[i].x), F(points[i].y)); });
 }
 
-static void CircleVertex(Point center, int radius, int i, int segments) {
+static std::pair<float, float> CirclePoint(Point center, int radius, int i, int segments) {
     const float angle = F(i) * kTwoPi / F(segments);
-    glVertex2f(F(center.x) + std::cos(angle) * F(radius), F(center.y) + std::sin(angle) * F(radius));
+    return {F(center.x) + std::cos(angle) * F(radius), F(center.y) + std::sin(angle) * F(radius)};
 }
 
 void GLRenderer::FillCircle(Point center, int radius, Color color, int segments) {
-    BeginFlat(color);
-    glBegin(GL_TRIANGLE_FAN);
-    glVertex2f(F(center.x), F(center.y));
-    // The last rim point repeats the first and closes the fan; no segments, no rim.
-    for (int i = 0; segments > 0 && i <= segments; ++i) {
-        CircleVertex(center, radius, i, segments);
+    // The fan from the centre, as its triangles; no segments, no rim.
+    batch_.BeginShape(GL_TRIANGLES, color);
+    std::pair<float, float> rim = CirclePoint(center, radius, 0, segments);
+    for (int i = 1; i <= segments; ++i) {
+        const std::pair<float, float> next = CirclePoint(center, radius, i, segments);
+        batch_.Vertex(F(center.x), F(center.y));
+        batch_.Vertex(rim.first, rim.second);
+        batch_.Vertex(next.first, next.second);
+        rim = next;
     }
-    glEnd();
 }
 
 void GLRenderer::DrawCircle(Point center, int radius, Color color, int width, int segments) {
     if (segments < 3) {
         return;
     }
-    BeginLines(color, width);
-    glBegin(GL_LINE_LOOP);
-    for (int i = 0; i < segments; ++i) {
-        CircleVertex(center, radius, i, segments);
-    }
-    glEnd();
+    batch_.BeginShape(GL_LINES, color, F(width));
+    LineLoop(batch_, segments, [&](int i) { return CirclePoint(center, radius, i, segments); });
 }
 
 void GLRenderer::DrawRect(const Rect* rect, Color color) {
     if (!rect) {
         return;
     }
-    BeginLines(color, 1);
-    // Through the centres of the border pixels.
-    const float left = F(rect->x) + 0.5f;
-    const float top = F(rect->y) + 0.5f;
-    const float right = F(rect->x) + F(rect->w) - 0.5f;
-    const float bottom = F(rect->y) + F(rect->h) - 0.5f;
-    glBegin(GL_LINE_LOOP);
-    glVertex2f(left, top);
-    glVertex2f(right, top);
-    glVertex2f(right, bottom);
-    glVertex2f(left, bottom);
-    glEnd();
+    // Through the centres of the border pixels, where which pixel a corner lights is the rasteriser's
+    // call, so these stay lines.
+    const float x = F(rect->x), y = F(rect->y), w = F(rect->w), h = F(rect->h);
+    const float corners[4][2] = {{x + 0.5f, y + 0.5f}, {x + w - 0.5f, y + 0.5f}, {x + w - 0.5f, y + h - 0.5f},
+                                 {x + 0.5f, y + h - 0.5f}};
+    batch_.BeginShape(GL_LINES, color);
+    LineLoop(batch_, 4, [&](int i) { return std::make_pair(corners[i][0], corners[i][1]); });
 }
 
 void GLRenderer::FillRect(const Rect* rect, Color color) {
     if (!rect) {
         return;
     }
-    BeginFlat(color);
-    const float x = F(rect->x);
-    const float y = F(rect->y);
-    glBegin(GL_QUADS);
-    glVertex2f(x, y);
-    glVertex2f(x + F(rect->w), y);
-    glVertex2f(x + F(rect->w), y + F(rect->h));
-    glVertex2f(x, y + F(rect->h));
-    glEnd();
+    batch_.Rectangle(F(rect->x), F(rect->y), F(rect->x) + F(rect->w), F(rect->y) + F(rect->h), color);
 }
 
 void GLRenderer::DrawText(int fontId, const char* text, int x, int y) {
     if (!text || !*text) {
         return;
     }
-    glEnable(GL_TEXTURE_2D);
+    batch_.SetTexturing(true);
     FontRecord* font = g_fontSystem->GetFont(fontId);
     if (!font || font->atlas.glTexture == 0 || font->atlas.width <= 0 || font->atlas.height <= 0) {
         return;
     }
-    glBindTexture(GL_TEXTURE_2D, font->atlas.glTexture);
-    glColor4f(1.0f, 1.0f, 1.0f, 1.0f);
+    const Color white = {255, 255, 255, 255};
     const float atlasW = F(font->atlas.width);
     const float atlasH = F(font->atlas.height);
     const float top = F(y);
-    glBegin(GL_QUADS);
     WalkText(*font, text, TextAdvance::kGlyphWidth, x, [&](unsigned char c, int64_t pen, int32_t) {
-        if (!HasGlyph(c)) {
-            return true;
+        if (HasGlyph(c)) {
+            const Rect& g = font->glyphs[c];
+            const float left = static_cast<float>(pen);
+            batch_.Rectangle(left, top, left + F(g.w), top + F(g.h), white, font->atlas.glTexture, F(g.x) / atlasW,
+                             F(g.y) / atlasH, F(g.x + g.w) / atlasW, F(g.y + g.h) / atlasH);
         }
-        const Rect& g = font->glyphs[c];
-        const float left = static_cast<float>(pen);
-        const float u0 = F(g.x) / atlasW, v0 = F(g.y) / atlasH;
-        const float u1 = F(g.x + g.w) / atlasW, v1 = F(g.y + g.h) / atlasH;
-        glTexCoord2f(u0, v0);
-        glVertex2f(left, top);
-        glTexCoord2f(u1, v0);
-        glVertex2f(left + F(g.w), top);
-        glTexCoord2f(u1, v1);
-        glVertex2f(left + F(g.w), top + F(g.h));
-        glTexCoord2f(u0, v1);
-        glVertex2f(left, top + F(g.h));
         return true;
     });
-    glEnd();
 }
 
 void GLRenderer::ReservedHook() {}
@@ -553,6 +513,7 @@ void GLRenderer::DrawModel(ModelRecord* model, float px, float py, float pz, flo
     if (!model) {
         return;
     }
+    batch_.Sync();
     if (model->uploaded) {
         // No immediate-mode fallback: the CPU copies of an uploaded model are gone.
         if (model->vertexBuffer == 0 || model->indexBuffer == 0 || modelProgram == 0) {

@@ -1,11 +1,12 @@
-// The OpenGL renderer: a compatibility-profile context on the engine window. The UI is drawn in
-// immediate mode with an orthographic projection in window pixels; models that carry GPU buffers are
-// drawn with the model program, the others in immediate mode.
+// The OpenGL renderer: a compatibility-profile context on the engine window. The UI is drawn with an
+// orthographic projection in window pixels, batched into vertex arrays (GLBatch); models that carry GPU
+// buffers are drawn with the model program, the others in immediate mode.
 #pragma once
 
 #include <SDL.h>
 #include <SDL_opengl.h>
 
+#include "render/gl_batch.h"
 #include "render/renderer.h"
 
 // Entry points beyond GL 1.1, fetched at run time by LoadGLFunctions in this order, each as "gl" + its
@@ -88,8 +89,14 @@ public:
     // Uploaded models need both buffers and the model program, else nothing is drawn.
     void DrawModel(ModelRecord* model, float px, float py, float pz, float rx, float ry, float rz) override;
 
+    // Draws whatever is pending and leaves the GL state as the drawing calls asked for it, so the
+    // frame can be read back before Present.
+    void Flush();
+
     SDL_GLContext context = nullptr;
 
 private:
     void DeleteContext();
+
+    GLBatch batch_;
 };

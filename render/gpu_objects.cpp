@@ -13,6 +13,10 @@ void DestroyTextureObjects(Texture& texture) {
         texture.sdlTexture = nullptr;
     }
     if (texture.glTexture != 0) {
+        // What the GL renderer has batched may still sample it.
+        if (auto* gl = dynamic_cast<GLRenderer*>(g_renderer)) {
+            gl->Flush();
+        }
         const GLuint glName = texture.glTexture;
         glDeleteTextures(1, &glName);
         texture.glTexture = 0;

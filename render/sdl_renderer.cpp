@@ -1,6 +1,8 @@
 #include "render/sdl_renderer.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 #include "console/cvars.h"
 #include "engine/console_output.h"
@@ -22,6 +24,37 @@ static SDL_Vertex MakeVertex(float x, float y, Color c) {
     v.tex_coord.x = 0.0f;
     v.tex_coord.y = 0.0f;
     return v;
+}
+
+// Sets the colour of a fill or line. At alpha 255 blending gives exactly the source colour, so the
+// primitive is drawn without it: the software rasteriser then fills runs instead of blending pixel by
+// pixel. Returns the blend mode to put back once it is drawn.
+static SDL_BlendMode BeginSolid(SDL_Renderer* renderer, Color c) {
+    SDL_SetRenderDrawColor(renderer, c.r, c.g, c.b, c.a);
+    SDL_BlendMode mode = SDL_BLENDMODE_NONE;
+    SDL_GetRenderDrawBlendMode(renderer, &mode);
+    if (c.a == 255 && mode == SDL_BLENDMODE_BLEND) {
+        SDL_SetRenderDrawBlendMode(renderer, SDL_BLENDMODE_NONE);
+    }
+    return mode;
+}
+
+// The clip rectangle that culls draws, in UI units; false when nothing may be culled. Only at scale 1:
+// a scaled clip rectangle is rounded outwards, so a box just outside it can still light a pixel.
+static bool CullingClip(SDL_Renderer* renderer, SDL_Rect* clip) {
+    float sx = 0.0f, sy = 0.0f;
+    SDL_RenderGetScale(renderer, &sx, &sy);
+    if (!SDL_RenderIsClipEnabled(renderer) || sx != 1.0f || sy != 1.0f) {
+        return false;
+    }
+    SDL_RenderGetClipRect(renderer, clip);
+    return true;
+}
+
+// True when the box lies wholly outside the clip rectangle, so drawing it would change no pixel.
+static bool Culled(SDL_Renderer* renderer, const SDL_Rect& box) {
+    SDL_Rect clip;
+    return CullingClip(renderer, &clip) && !SDL_HasIntersection(&box, &clip);
 }
 
 static std::vector<Point> CirclePoints(Point center, int radius, int segments) {
@@ -143,8 +176,15 @@ void SDLRenderer::DrawTexture(Texture texture, int x, int y) {
 
 void SDLRenderer::DrawLine(Point p1, Point p2, Color color, int width) {
     if (width == 1) {
-        SDL_SetRenderDrawColor(renderer, color.r, color.g, color.b, color.a);
+        const SDL_Rect box = {std::min(p1.x, p2.x), std::min(p1.y, p2.y), std::abs(p2.x - p1.x) + 1,
+                              std::abs(p2.y - p1.y) + 1};
+        if (Culled(renderer, box)) {
+            SDL_SetRenderDrawColor(renderer, color.r, color.g, color.b, color.a);
+            return;
+        }
+        const SDL_BlendMode mode = BeginSolid(renderer, color);
         SDL_RenderDrawLine(renderer, p1.x, p1.y, p2.x, p2.y);
+        SDL_SetRenderDrawBlendMode(renderer, mode);
         return;
     }
     const float x1 = static_cast<float>(p1.x), y1 = static_cast<float>(p1.y);
@@ -220,13 +260,26 @@ void SDLRenderer::DrawCircle(Point center, int radius, Color color, int width, i
 }
 
 void SDLRenderer::DrawRect(const Rect* rect, Color color) {
-    SDL_SetRenderDrawColor(renderer, color.r, color.g, color.b, color.a);
-    SDL_RenderDrawRect(renderer, reinterpret_cast<const SDL_Rect*>(rect));
+    const SDL_Rect* box = reinterpret_cast<const SDL_Rect*>(rect);
+    // An empty rectangle's outline still lights pixels outside it, so only real ones are culled.
+    if (box && box->w > 0 && box->h > 0 && Culled(renderer, *box)) {
+        SDL_SetRenderDrawColor(renderer, color.r, color.g, color.b, color.a);
+        return;
+    }
+    const SDL_BlendMode mode = BeginSolid(renderer, color);
+    SDL_RenderDrawRect(renderer, box);
+    SDL_SetRenderDrawBlendMode(renderer, mode);
 }
 
 void SDLRenderer::FillRect(const Rect* rect, Color color) {
-    SDL_SetRenderDrawColor(renderer, color.r, color.g, color.b, color.a);
-    SDL_RenderFillRect(renderer, reinterpret_cast<const SDL_Rect*>(rect));
+    const SDL_Rect* box = reinterpret_cast<const SDL_Rect*>(rect);
+    if (box && Culled(renderer, *box)) {
+        SDL_SetRenderDrawColor(renderer, color.r, color.g, color.b, color.a);
+        return;
+    }
+    const SDL_BlendMode mode = BeginSolid(renderer, color);
+    SDL_RenderFillRect(renderer, box);
+    SDL_SetRenderDrawBlendMode(renderer, mode);
 }
 
 void SDLRenderer::DrawText(int fontId, const char* text, int x, int y) {
@@ -234,11 +287,15 @@ void SDLRenderer::DrawText(int fontId, const char* text, int x, int y) {
     if (!font || !text || !font->atlas.sdlTexture) {
         return;
     }
+    SDL_Rect clip;
+    const bool culling = CullingClip(renderer, &clip);
     WalkText(*font, text, TextAdvance::kGlyphWidth, x, [&](unsigned char c, int64_t pen, int32_t) {
         if (HasGlyph(c)) {
             const Rect& glyph = font->glyphs[c];
             const SDL_Rect dst = {static_cast<int>(pen), y, glyph.w, glyph.h};
-            SDL_RenderCopy(renderer, font->atlas.sdlTexture, reinterpret_cast<const SDL_Rect*>(&glyph), &dst);
+            if (!culling || SDL_HasIntersection(&dst, &clip)) {
+                SDL_RenderCopy(renderer, font->atlas.sdlTexture, reinterpret_cast<const SDL_Rect*>(&glyph), &dst);
+            }
         }
         return true;
     });

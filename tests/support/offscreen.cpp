@@ -9,6 +9,7 @@
 
 #include "engine/console_output.h"
 #include "engine/engine.h"
+#include "render/gl_renderer.h"
 #include "render/renderer.h"
 #include "render/renderer_backend.h"
 #include "resources/handle_table.h"
@@ -83,7 +84,8 @@ Frame OffscreenTest::Render(Color background, const std::function<void()>& draw)
                   0);
         return frame;
     }
-    // GL counts rows from the bottom.
+    // GL counts rows from the bottom, and draws what it has batched only when asked.
+    static_cast<GLRenderer*>(g_renderer)->Flush();
     std::vector<Color> rows(frame.pixels.size());
     glReadPixels(0, 0, width_, height_, GL_RGBA, GL_UNSIGNED_BYTE, rows.data());
     for (int y = 0; y < height_; ++y) {
