@@ -13,12 +13,12 @@
 #include "console/console_commands.h"
 #include "engine/console_output.h"
 #include "engine/engine.h"
+#include "render/gl_renderer.h"
 #include "render/renderer.h"
+#include "render/renderer_backend.h"
 
 static const char* const kScreenshotFolder = "screenshots";
 static const int kMaxScreenshotNumber = 9999;
-static const int kRendererIdSDL = 1;
-static const int kRendererIdGL = 2;
 
 namespace {
 
@@ -53,6 +53,8 @@ SDL_Surface* ReadGLRenderer() {
     }
     const size_t rowBytes = static_cast<size_t>(w) * 3;
     std::vector<uint8_t> pixels(rowBytes * static_cast<size_t>(h));
+    // The GL renderer draws its recorded 2D batch at the next flush point; this read-back is one.
+    static_cast<GLRenderer*>(g_renderer)->Flush();
     glPixelStorei(GL_PACK_ALIGNMENT, 1);
     glReadPixels(0, 0, w, h, GL_RGB, GL_UNSIGNED_BYTE, pixels.data());
     // GL rows run bottom-up.
@@ -95,7 +97,7 @@ bool SaveWindowPng(const std::string& path) {
     SDL_Surface* surface = nullptr;
     if (g_renderer && g_rendererReady) {
         const int id = g_renderer->GetRendererId();
-        surface = id == kRendererIdGL ? ReadGLRenderer() : id == kRendererIdSDL ? ReadSDLRenderer() : nullptr;
+        surface = id == kRendererGL ? ReadGLRenderer() : id == kRendererSDL ? ReadSDLRenderer() : nullptr;
     }
     if (!surface) {
         ConMsg("screenshot: cannot read the window's pixels: %s\n", SDL_GetError());
