@@ -1,12 +1,13 @@
 #include "support/desktop.h"
 
+#include <SDL.h>
+#include <SDL_image.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -34,22 +35,20 @@ static pid_t Spawn(std::vector<std::string> argv, int outFd, const std::function
     return pid;
 }
 
-std::string ToString(RGB c) {
-    return "(" + std::to_string(c.r) + "," + std::to_string(c.g) + "," + std::to_string(c.b) + ")";
-}
-
-RGB Image::At(int x, int y) const {
-    if (x < 0 || y < 0 || x >= width || y >= height) return RGB{0, 0, 0};
-    const size_t i = (static_cast<size_t>(y) * width + x) * 3;
-    return RGB{pixels[i], pixels[i + 1], pixels[i + 2]};
-}
-
-int Image::Dark(int x0, int y0, int w, int h, int maxSum) const {
-    int dark = 0;
-    for (int y = y0; y < y0 + h; ++y) {
-        for (int x = x0; x < x0 + w; ++x) dark += At(x, y).r + At(x, y).g + At(x, y).b < maxSum;
+Image ReadImage(const std::string& path) {
+    Image image;
+    SDL_Surface* loaded = IMG_Load(path.c_str());
+    SDL_Surface* rgb = loaded ? SDL_ConvertSurfaceFormat(loaded, SDL_PIXELFORMAT_RGB24, 0) : nullptr;
+    SDL_FreeSurface(loaded);
+    if (!rgb) return image;
+    image.width = rgb->w;
+    image.height = rgb->h;
+    for (int y = 0; y < rgb->h; ++y) {
+        const uint8_t* row = static_cast<const uint8_t*>(rgb->pixels) + static_cast<size_t>(y) * rgb->pitch;
+        image.pixels.insert(image.pixels.end(), row, row + rgb->w * 3);
     }
-    return dark;
+    SDL_FreeSurface(rgb);
+    return image;
 }
 
 void SleepSeconds(double seconds) { std::this_thread::sleep_for(std::chrono::duration<double>(seconds)); }
@@ -111,14 +110,10 @@ int VormiProcess::Wait(double timeoutSeconds) {
 }
 
 std::string VormiProcess::output() const {
-    std::ostringstream text;
-    text << std::ifstream(logPath_, std::ios::binary).rdbuf();
-    return text.str();
+    return (std::ostringstream() << std::ifstream(logPath_, std::ios::binary).rdbuf()).str();
 }
 
 void DesktopTest::SetUp() {
-    ASSERT_EQ(std::system("(command -v Xvfb && command -v xdotool && command -v import) >/dev/null 2>&1"), 0)
-        << "Xvfb, xdotool or ImageMagick's import is missing";
     int fds[2];
     ASSERT_EQ(pipe(fds), 0);
     const int devnull = open("/dev/null", O_WRONLY);
@@ -130,7 +125,7 @@ void DesktopTest::SetUp() {
     // Xvfb writes the display number it picked once it accepts connections.
     for (char c; read(fds[0], &c, 1) == 1 && c != '\n';) display_ += c;
     close(fds[0]);
-    ASSERT_FALSE(display_.empty()) << "Xvfb did not start";
+    ASSERT_FALSE(display_.empty()) << "Xvfb did not start (deps.sh installs it with xdotool and ImageMagick)";
     display_ = ":" + display_;
 }
 
@@ -159,20 +154,9 @@ std::string DesktopTest::Close() {
 }
 
 Image DesktopTest::Capture() const {
-    // Binary PPM: "P6\n<w> <h>\n<max>\n" then RGB bytes.
-    const std::string data = X("timeout 10 import -silent -window " + window_ + " -depth 8 ppm:- 2>/dev/null");
-    std::istringstream header(data);
-    std::string magic;
-    int w = 0, h = 0, max = 0;
-    header >> magic >> w >> h >> max;
-    const size_t offset = static_cast<size_t>(header.tellg()) + 1, size = static_cast<size_t>(w) * h * 3;
-    Image image;
-    if (magic == "P6" && w > 0 && h > 0 && max == 255 && data.size() >= offset + size) {
-        image.width = w;
-        image.height = h;
-        image.pixels.assign(data.begin() + offset, data.begin() + offset + size);
-    }
-    return image;
+    const std::string file = dir_.path() + "/capture.png";
+    X("rm -f " + file + "; timeout 10 import -silent -window " + window_ + " -depth 8 png:" + file + " 2>/dev/null");
+    return ReadImage(file);
 }
 
 ::testing::AssertionResult DesktopTest::Shows(int x, int y, RGB want, const char* what) const {
@@ -182,29 +166,13 @@ Image DesktopTest::Capture() const {
                                          << ", got " << ToString(got);
 }
 
-void DesktopTest::Key(const std::string& keys) const {
-    X("xdotool windowfocus --sync " + window_ + " 2>/dev/null; xdotool key --delay 80 " + keys);
-}
-
-void DesktopTest::Type(const std::string& text) const {
-    X("xdotool windowfocus --sync " + window_ + " 2>/dev/null; xdotool type --delay 60 '" + text + "'");
-}
-
-void DesktopTest::Button(const char* upOrDown) const {
-    X(std::string("xdotool mouse") + upOrDown + " 1");
-    SleepSeconds(0.15);
-}
-
 void DesktopTest::Click(int x, int y) const {
-    X("xdotool mousemove --window " + window_ + " " + std::to_string(x) + " " + std::to_string(y));
-    SleepSeconds(0.15);
+    X("xdotool mousemove --window " + window_ + " " + std::to_string(x) + " " + std::to_string(y) + "; sleep 0.15");
     Button("down");
     Button("up");
 }
 
 void DesktopTest::PointAt(int x, int y) const {
-    X("xdotool mousemove_relative -- -5000 -5000");
-    SleepSeconds(0.1);
-    X("xdotool mousemove_relative -- " + std::to_string(x) + " " + std::to_string(y));
-    SleepSeconds(0.15);
+    X("xdotool mousemove_relative -- -5000 -5000; sleep 0.1; xdotool mousemove_relative -- " + std::to_string(x) + " " +
+      std::to_string(y) + "; sleep 0.15");
 }

@@ -16,15 +16,21 @@ struct RGB {
     uint8_t r, g, b;
     bool operator==(const RGB& o) const { return r == o.r && g == o.g && b == o.b; }
 };
-std::string ToString(RGB c);
+inline std::string ToString(RGB c) {
+    return "(" + std::to_string(c.r) + "," + std::to_string(c.g) + "," + std::to_string(c.b) + ")";
+}
 
 struct Image {
     int width = 0, height = 0;
     std::vector<uint8_t> pixels;  // RGB, row by row
-    RGB At(int x, int y) const;   // black outside the image
-    // Pixels of the rectangle whose r + g + b is below maxSum: the ink of dark text.
-    int Dark(int x0, int y0, int w, int h, int maxSum) const;
+    RGB At(int x, int y) const {  // black outside the image
+        if (x < 0 || y < 0 || x >= width || y >= height) return RGB{0, 0, 0};
+        const uint8_t* p = &pixels[(static_cast<size_t>(y) * width + x) * 3];
+        return RGB{p[0], p[1], p[2]};
+    }
 };
+// An image file decoded by SDL_image; empty when it cannot be read.
+Image ReadImage(const std::string& path);
 
 // Runs a shell command (with DISPLAY set when display is not empty); returns its output.
 std::string Shell(const std::string& command, int* exitCode = nullptr, const std::string& display = "");
@@ -61,14 +67,14 @@ protected:
 
     std::string X(const std::string& command) const { return Shell(command, nullptr, display_); }
     Image Capture() const;
-    ::testing::AssertionResult Shows(int x, int y, RGB want, const char* what = "") const;
-    void Key(const std::string& keys) const;
-    void Type(const std::string& text) const;
+    ::testing::AssertionResult Shows(int x, int y, RGB want, const char* what) const;
+    void Key(const std::string& keys) const { X(Focus() + "xdotool key --delay 80 " + keys); }
+    void Type(const std::string& text) const { X(Focus() + "xdotool type --delay 60 '" + text + "'"); }
     // Buttons are held a few frames so per-frame sampling sees them.
-    void Button(const char* upOrDown) const;
+    void Button(const char* upOrDown) const { X(std::string("xdotool mouse") + upOrDown + " 1; sleep 0.15"); }
     void Click(int x, int y) const;
-    // With nothing open the engine has the mouse in relative mode, where only motion counts: run into
-    // the top-left corner, where SDL pins the pointer, then move by the target's coordinates.
+    // With nothing open the mouse is relative, where only motion counts: run into the top-left
+    // corner, where SDL pins the pointer, then move by the target's coordinates.
     void PointAt(int x, int y) const;
 
     TempWorkDir dir_;
@@ -76,4 +82,7 @@ protected:
     pid_t xvfb_ = -1;
     std::unique_ptr<VormiProcess> vormi_;
     std::string window_;
+
+private:
+    std::string Focus() const { return "xdotool windowfocus --sync " + window_ + " 2>/dev/null; "; }
 };

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -21,7 +20,6 @@ TempWorkDir::TempWorkDir() : oldCwd_(fs::current_path().string()) {
     path_ = pattern;
     fs::copy(fs::path(VORMI_SOURCE_DIR) / "test", fs::path(path_) / "test", fs::copy_options::recursive);
     std::error_code ignored;
-    // What a run of vormi from the source tree leaves behind is the user's, not the test's.
     for (const char* file : {"cvars.txt", "cvars.txt.tmp", "binds.cfg", "con_history.txt", "autoexec.cfg"}) {
         fs::remove(fs::path(path_) / "test/scripts" / file, ignored);
     }
@@ -61,31 +59,26 @@ LogCapture::~LogCapture() { SDL_LogSetOutputFunction(nullptr, nullptr); }
 const std::string& LogCapture::text() const { return s_captured; }
 void LogCapture::Clear() { s_captured.clear(); }
 
-static std::function<void(int)> s_onFrame;
-static std::function<void()> s_onStart;
-static int s_frame = 0;
-static int s_maxFrames = 0;
+static struct {
+    std::function<void(int)> onFrame;
+    std::function<void()> onStart;
+    int frame, maxFrames;
+} s_run;
 
 EngineRunResult RunEngine(const std::function<void(int)>& onFrame, const std::function<void()>& onStart,
                           int maxFrames) {
-    s_onFrame = onFrame;
-    s_onStart = onStart;
-    s_frame = 0;
-    s_maxFrames = maxFrames;
-    const EngineHooks hooks = {[](IEngineCommon*) { if (s_onStart) s_onStart(); },
+    s_run = {onFrame, onStart, 0, maxFrames};
+    const EngineHooks hooks = {[](IEngineCommon*) { if (s_run.onStart) s_run.onStart(); },
                                [](IEngineCommon*) {
-                                   if (s_onFrame) s_onFrame(s_frame);
-                                   if (++s_frame == s_maxFrames) CommandGlobal("quit");
+                                   if (s_run.onFrame) s_run.onFrame(s_run.frame);
+                                   if (++s_run.frame == s_run.maxFrames) CommandGlobal("quit");
                                },
                                nullptr};
     GetEngineCommonInterface()->SetHooks(&hooks);
-    EngineRunResult result;
-    result.exitCode = EngineMain();
-    result.frames = s_frame;
+    const EngineRunResult result = {EngineMain(), s_run.frame};
     const EngineHooks none = {nullptr, nullptr, nullptr};
     GetEngineCommonInterface()->SetHooks(&none);
-    s_onFrame = nullptr;
-    s_onStart = nullptr;
+    s_run = {};
     return result;
 }
 

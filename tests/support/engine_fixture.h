@@ -4,7 +4,8 @@
 #include <string>
 #include <vector>
 
-// A fresh copy of test/ (without the settings, binds, history and autoexec a run leaves) as the working directory for the object's lifetime.
+// A fresh copy of test/ (without what a run leaves: settings, binds, history, autoexec) as the working
+// directory for the object's lifetime.
 class TempWorkDir {
 public:
     TempWorkDir();
@@ -18,8 +19,7 @@ public:
     std::string ReadFile(const std::string& relative, bool* exists = nullptr) const;
 
 private:
-    std::string path_;
-    std::string oldCwd_;
+    std::string path_, oldCwd_;
 };
 
 // Collects every SDL log message while it lives, one line per message.

@@ -1,16 +1,12 @@
 #include "support/ui_driver.h"
 
-#include <SDL.h>
 #include <SDL_ttf.h>
-
-#include <cstring>
 
 #include "app/interface.h"
 #include "console/command_system.h"
 #include "console/cvars.h"
 #include "engine/console_output.h"
 #include "engine/engine.h"
-#include "input/input_system.h"
 #include "ui/root_panel.h"
 
 void UiTest::SetUp() {
@@ -18,35 +14,6 @@ void UiTest::SetUp() {
     g_inputSystem->mouseX = g_inputSystem->mouseY = -100;
     g_commandQueue.clear();
     g_consoleText.clear();
-}
-
-void UiTest::Step(int x, int y, bool down) {
-    g_inputSystem->mouseX = x;
-    g_inputSystem->mouseY = y;
-    g_inputSystem->mouseButtons = down ? SDL_BUTTON_LMASK : 0;
-    top_->Update();
-}
-
-void UiTest::Click(int x, int y) {
-    for (bool down : {false, true, false}) Step(x, y, down);
-}
-
-void UiTest::Settle(int frames) {
-    for (int i = 0; i < frames; ++i) Step(-100, -100, false);
-}
-
-void UiTest::Press(std::initializer_list<int> keys, std::initializer_list<int> mods) {
-    InputSystem* in = g_inputSystem;
-    for (int key : keys) in->keysPressed[key] = in->keysPressedNoRepeat[key] = in->keysHeld[key] = 1;
-    for (int key : mods) in->keysHeld[key] = 1;
-    top_->Update();
-    for (uint8_t* state : {in->keysPressed, in->keysPressedNoRepeat, in->keysHeld}) std::memset(state, 0, sizeof(in->keysHeld));
-    in->mouseWheel = 0;
-}
-
-void UiTest::Type(const std::string& text) {
-    g_inputSystem->textInput += text;
-    Press({});
 }
 
 void WidgetTest::SetUp() {

@@ -2,11 +2,14 @@
 // as the pump would, the real Update runs, and Draw goes to a recording renderer.
 #pragma once
 
+#include <SDL.h>
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <initializer_list>
 #include <string>
 
+#include "input/input_system.h"
 #include "support/engine_fixture.h"
 #include "support/recording_renderer.h"
 #include "ui/panel.h"
@@ -15,17 +18,38 @@ class UiTest : public ::testing::Test {
 protected:
     void SetUp() override;
     // One frame of the tree under top_ with the mouse at (x, y), the left button down or up.
-    void Step(int x, int y, bool down);
-    void Click(int x, int y);
+    void Step(int x, int y, bool down) {
+        g_inputSystem->mouseX = x;
+        g_inputSystem->mouseY = y;
+        g_inputSystem->mouseButtons = down ? SDL_BUTTON_LMASK : 0;
+        top_->Update();
+    }
+    void Click(int x, int y) {
+        for (bool down : {false, true, false}) Step(x, y, down);
+    }
     void ClickOn(Panel* p) { Click(p->screenX + p->width / 2, p->screenY + p->height / 2); }
     // Attached panels go live at a frame's end, one tree level per frame.
-    void Settle(int frames = 1);
+    void Settle(int frames = 1) {
+        for (int i = 0; i < frames; ++i) Step(-100, -100, false);
+    }
     // One frame in which keys go down (a first press) while mods are held; then all are let go.
-    void Press(std::initializer_list<int> keys, std::initializer_list<int> mods = {});
+    void Press(std::initializer_list<int> keys, std::initializer_list<int> mods = {}) {
+        InputSystem* in = g_inputSystem;
+        for (int key : keys) in->keysPressed[key] = in->keysPressedNoRepeat[key] = in->keysHeld[key] = 1;
+        for (int key : mods) in->keysHeld[key] = 1;
+        top_->Update();
+        for (uint8_t* state : {in->keysPressed, in->keysPressedNoRepeat, in->keysHeld}) {
+            std::memset(state, 0, sizeof(in->keysHeld));
+        }
+        in->mouseWheel = 0;
+    }
     // One frame with only mods held (with a wheel turn, say).
     void Hold(std::initializer_list<int> mods) { Press({}, mods); }
     // One frame in which text arrives as typed.
-    void Type(const std::string& text);
+    void Type(const std::string& text) {
+        g_inputSystem->textInput += text;
+        Press({});
+    }
     // Places the panel (and sizes it when w and h are given) under parent, top_ by default; it goes
     // live at the next Settle.
     template <typename T>
