@@ -12,7 +12,6 @@ class ConsoleToolsDesktop : public DesktopTest {
 protected:
     void StartLogged(const std::string& log, std::vector<std::string> args = {}) {
         log_ = log;
-        window_.clear();  // a second start opens a new window
         args.insert(args.end(), {"--log", dir_.path() + "/" + log});
         Start(args, "window_width 800\nwindow_height 600\n");
     }

@@ -15,8 +15,6 @@
 #include "resources/model_mgr.h"
 #include "resources/texture_mgr.h"
 
-uint64_t OffscreenTest::now_ = 0;
-
 std::string TestDataFile(const std::string& name) {
     std::ostringstream bytes;
     bytes << std::ifstream(std::string(VORMI_SOURCE_DIR) + "/tests/data/" + name, std::ios::binary).rdbuf();
@@ -31,10 +29,6 @@ std::string TestDataFile(const std::string& name) {
         }
     }
     return ::testing::AssertionSuccess() << "got " << text(got);
-}
-
-std::string RendererName(const ::testing::TestParamInfo<int32_t>& info) {
-    return info.param == kRendererGL ? "GL" : "SDL";
 }
 
 void OffscreenTest::SetUp() {
@@ -52,8 +46,7 @@ void OffscreenTest::SetUp() {
     g_renderer->PostInit();
     g_renderer->SetBlendMode(SDL_BLENDMODE_BLEND);
     g_renderer->Begin2D();
-    now_ = 1000;
-    g_resourceTicks = [] { return now_; };
+    g_resourceTicks = [] { return uint64_t{1000}; };
     g_consoleText.clear();
 }
 
@@ -87,14 +80,8 @@ Frame OffscreenTest::Render(Color background, const std::function<void()>& draw)
     std::vector<Color> rows(frame.pixels.size());
     glReadPixels(0, 0, width_, height_, GL_RGBA, GL_UNSIGNED_BYTE, rows.data());
     for (int y = 0; y < height_; ++y) {
-        std::copy_n(&rows[static_cast<size_t>(height_ - 1 - y) * width_], width_, &frame.pixels[static_cast<size_t>(y) * width_]);
+        std::copy_n(&rows[static_cast<size_t>(height_ - 1 - y) * width_], width_,
+                    &frame.pixels[static_cast<size_t>(y) * width_]);
     }
     return frame;
-}
-
-void OffscreenTest::ExpectProbes(const Frame& frame, const std::vector<Probe>& probes) const {
-    for (const Probe& p : probes) {
-        EXPECT_TRUE(SameColor(frame.At(p.x, p.y), p.want))
-            << p.what << " at (" << p.x << "," << p.y << ") on " << g_renderer->GetName();
-    }
 }

@@ -1,5 +1,5 @@
 // A hidden window with a real renderer (SDL on the software driver, or OpenGL on the offscreen EGL
-// context), SDL_ttf up and a hand-moved resource clock. RendererTest runs one test on both renderers.
+// context), SDL_ttf up and a stopped resource clock. RendererTest runs one test on both renderers.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -49,13 +49,16 @@ protected:
     // Clears to the colour, runs draw and reads the frame back.
     Frame Render(Color background, const std::function<void()>& draw) const;
     // Every probe of the frame; a failure names the probe and the renderer.
-    void ExpectProbes(const Frame& frame, const std::vector<Probe>& probes) const;
+    void ExpectProbes(const Frame& frame, const std::vector<Probe>& probes) const {
+        for (const Probe& p : probes) {
+            EXPECT_TRUE(SameColor(frame.At(p.x, p.y), p.want))
+                << p.what << " at (" << p.x << "," << p.y << ") on " << g_renderer->GetName();
+        }
+    }
 
-    const int width_;
-    const int height_;
+    const int width_, height_;
     const int32_t kind_;
     TempWorkDir dir_;
-    static uint64_t now_;
 };
 
 // The same test on the SDL and the OpenGL renderer: TEST_P, then INSTANTIATE_ON_BOTH_RENDERERS(Suite).
@@ -63,6 +66,7 @@ class RendererTest : public OffscreenTest, public ::testing::WithParamInterface<
 protected:
     RendererTest(int width = 640, int height = 480) : OffscreenTest(width, height, GetParam()) {}
 };
-std::string RendererName(const ::testing::TestParamInfo<int32_t>& info);
-#define INSTANTIATE_ON_BOTH_RENDERERS(suite) \
-    INSTANTIATE_TEST_SUITE_P(, suite, ::testing::Values(kRendererSDL, kRendererGL), RendererName)
+#define INSTANTIATE_ON_BOTH_RENDERERS(suite)                                                 \
+    INSTANTIATE_TEST_SUITE_P(, suite, ::testing::Values(kRendererSDL, kRendererGL), [](const auto& info) { \
+        return std::string(info.param == kRendererGL ? "GL" : "SDL");                                   \
+    })
