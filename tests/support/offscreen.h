@@ -2,13 +2,17 @@
 // context), SDL_ttf up and a stopped resource clock. RendererTest runs one test on both renderers.
 #pragma once
 
+#include <SDL_opengl.h>
+#include <SDL_ttf.h>
 #include <gtest/gtest.h>
 
 #include <functional>
 
-#include "engine/engine.h"
-#include "render/renderer.h"
+#include "engine/console_output.h"
 #include "render/renderer_backend.h"
+#include "resources/handle_table.h"
+#include "resources/model_mgr.h"
+#include "resources/texture_mgr.h"
 #include "support/engine_fixture.h"
 
 // Opaque colours the pixel tests draw and look for.
@@ -21,9 +25,22 @@ inline constexpr Color kBlue = {0, 0, 255, 255};
 inline constexpr Color kMagenta = {255, 0, 255, 255};
 
 // The bytes of a file under tests/data/; "" when it cannot be read.
-std::string TestDataFile(const std::string& name);
+inline std::string TestDataFile(const std::string& name) {
+    std::ostringstream bytes;
+    bytes << std::ifstream(std::string(VORMI_SOURCE_DIR) + "/tests/data/" + name, std::ios::binary).rdbuf();
+    return bytes.str();
+}
+
 // Passes when every channel is within the tolerance; the message gives both colours.
-::testing::AssertionResult SameColor(Color got, Color want, int tolerance = 0);
+inline ::testing::AssertionResult SameColor(Color got, Color want, int tolerance = 0) {
+    const auto text = [](Color c) { return ::testing::PrintToString(std::vector<int>{c.r, c.g, c.b, c.a}); };
+    for (int d : {got.r - want.r, got.g - want.g, got.b - want.b, got.a - want.a}) {
+        if (d > tolerance || d < -tolerance) {
+            return ::testing::AssertionFailure() << "expected " << text(want) << ", got " << text(got);
+        }
+    }
+    return ::testing::AssertionSuccess() << "got " << text(got);
+}
 
 // A read-back frame, top row first.
 struct Frame {
@@ -43,11 +60,60 @@ class OffscreenTest : public ::testing::Test {
 protected:
     explicit OffscreenTest(int width = 64, int height = 64, int32_t kind = kRendererSDL)
         : width_(width), height_(height), kind_(kind) {}
-    void SetUp() override;
-    void TearDown() override;
+    void SetUp() override {
+        SDL_SetHint(SDL_HINT_RENDER_DRIVER, "software");
+        SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
+        ASSERT_EQ(SDL_Init(SDL_INIT_VIDEO), 0) << SDL_GetError();
+        ASSERT_EQ(TTF_Init(), 0);
+        g_window = SDL_CreateWindow("offscreen", 0, 0, width_, height_,
+                                    SDL_WINDOW_HIDDEN | (kind_ == kRendererGL ? SDL_WINDOW_OPENGL : 0));
+        ASSERT_NE(g_window, nullptr) << SDL_GetError();
+        g_windowWidth = width_;
+        g_windowHeight = height_;
+        g_renderer = kind_ == kRendererGL ? NewGLRenderer() : NewSDLRenderer();
+        ASSERT_TRUE(g_renderer->Init());
+        g_renderer->PostInit();
+        g_renderer->SetBlendMode(SDL_BLENDMODE_BLEND);
+        g_renderer->Begin2D();
+        g_resourceTicks = [] { return uint64_t{1000}; };
+        g_consoleText.clear();
+    }
+    void TearDown() override {
+        g_modelMgr->Shutdown();
+        g_textureMgr->Shutdown();
+        g_resourceTicks = SDL_GetTicks64;
+        g_rendererReady = false;
+        delete g_renderer;
+        g_renderer = nullptr;
+        SDL_DestroyWindow(g_window);
+        g_window = nullptr;
+        TTF_Quit();
+        SDL_Quit();
+    }
 
     // Clears to the colour, runs draw and reads the frame back.
-    Frame Render(Color background, const std::function<void()>& draw) const;
+    Frame Render(Color background, const std::function<void()>& draw) const {
+        g_renderer->SetDrawColor(background.r, background.g, background.b, background.a);
+        g_renderer->Clear();
+        draw();
+        Frame frame;
+        frame.width = width_;
+        frame.pixels.resize(static_cast<size_t>(width_) * height_);
+        if (kind_ != kRendererGL) {
+            EXPECT_EQ(SDL_RenderReadPixels(SDL_GetRenderer(g_window), nullptr, SDL_PIXELFORMAT_RGBA32,
+                                           frame.pixels.data(), width_ * 4),
+                      0);
+            return frame;
+        }
+        // GL counts rows from the bottom.
+        std::vector<Color> rows(frame.pixels.size());
+        glReadPixels(0, 0, width_, height_, GL_RGBA, GL_UNSIGNED_BYTE, rows.data());
+        for (int y = 0; y < height_; ++y) {
+            std::copy_n(&rows[static_cast<size_t>(height_ - 1 - y) * width_], width_,
+                        &frame.pixels[static_cast<size_t>(y) * width_]);
+        }
+        return frame;
+    }
     // Every probe of the frame; a failure names the probe and the renderer.
     void ExpectProbes(const Frame& frame, const std::vector<Probe>& probes) const {
         for (const Probe& p : probes) {

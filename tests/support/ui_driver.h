@@ -3,20 +3,30 @@
 #pragma once
 
 #include <SDL.h>
+#include <SDL_ttf.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <initializer_list>
 #include <string>
 
+#include "app/interface.h"
+#include "console/cvars.h"
+#include "engine/console_output.h"
 #include "input/input_system.h"
 #include "support/engine_fixture.h"
 #include "support/recording_renderer.h"
 #include "ui/panel.h"
+#include "ui/root_panel.h"
 
 class UiTest : public ::testing::Test {
 protected:
-    void SetUp() override;
+    void SetUp() override {
+        *g_inputSystem = InputSystem();
+        g_inputSystem->mouseX = g_inputSystem->mouseY = -100;
+        g_commandQueue.clear();
+        g_consoleText.clear();
+    }
     // One frame of the tree under top_ with the mouse at (x, y), the left button down or up.
     void Step(int x, int y, bool down) {
         g_inputSystem->mouseX = x;
@@ -70,8 +80,20 @@ protected:
 // A plain 400 x 300 top panel with SDL video (for the clipboard), fonts and a copy of test/.
 class WidgetTest : public UiTest {
 protected:
-    void SetUp() override;
-    void TearDown() override;
+    void SetUp() override {
+        UiTest::SetUp();
+        ASSERT_EQ(SDL_Init(SDL_INIT_VIDEO), 0) << SDL_GetError();
+        ASSERT_EQ(TTF_Init(), 0);
+        top_ = new Panel("top");
+        top_->width = 400;
+        top_->height = 300;
+    }
+    void TearDown() override {
+        top_->Destroy();
+        g_commandQueue.clear();
+        TTF_Quit();
+        SDL_Quit();
+    }
     TempWorkDir dir_;
 };
 
@@ -79,8 +101,24 @@ protected:
 class InterfaceTest : public UiTest {
 protected:
     InterfaceTest(int windowWidth, int windowHeight) : windowWidth_(windowWidth), windowHeight_(windowHeight) {}
-    void SetUp() override;
-    void TearDown() override;
+    void SetUp() override {
+        UiTest::SetUp();
+        ASSERT_EQ(TTF_Init(), 0);
+        g_cvars->RegisterAll(CVarDeclarationHead());
+        g_windowWidth = windowWidth_;
+        g_windowHeight = windowHeight_;
+        CreateRootPanel();
+        BuildInterface(g_rootPanel);
+        top_ = g_rootPanel;
+        Settle(4);
+        g_consoleText.clear();
+    }
+    void TearDown() override {
+        DestroyRootPanel();
+        cv_tool_fps.SetString("0");
+        g_cvars->Clear();
+        TTF_Quit();
+    }
     TempWorkDir dir_;
     int windowWidth_, windowHeight_;
 };
