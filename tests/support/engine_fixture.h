@@ -80,8 +80,27 @@ struct EngineRunResult {
     int exitCode = -1;
     int frames = 0;
 };
-EngineRunResult RunEngine(const std::function<void(int frame)>& onFrame,
-                          const std::function<void()>& onStart = nullptr, int maxFrames = 300);
+inline EngineRunResult RunEngine(const std::function<void(int frame)>& onFrame,
+                                 const std::function<void()>& onStart = nullptr, int maxFrames = 300) {
+    static struct {
+        std::function<void(int)> onFrame;
+        std::function<void()> onStart;
+        int frame, maxFrames;
+    } run;
+    run = {onFrame, onStart, 0, maxFrames};
+    const EngineHooks hooks = {[](IEngineCommon*) { if (run.onStart) run.onStart(); },
+                               [](IEngineCommon*) {
+                                   if (run.onFrame) run.onFrame(run.frame);
+                                   if (++run.frame == run.maxFrames) CommandGlobal("quit");
+                               },
+                               nullptr};
+    GetEngineCommonInterface()->SetHooks(&hooks);
+    const EngineRunResult result = {EngineMain(), run.frame};
+    const EngineHooks none = {nullptr, nullptr, nullptr};
+    GetEngineCommonInterface()->SetHooks(&none);
+    run = {};
+    return result;
+}
 
 // Each message must follow the one before it in the log.
 inline void ExpectInOrder(const std::string& log, const std::vector<std::string>& messages) {
