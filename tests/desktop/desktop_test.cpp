@@ -22,13 +22,9 @@ TEST_F(DesktopTest, ViewerShowsTheSampleAndTurnsFormsDragEscapeTogglesMenusAndAR
     } quarters[] = {{-15, -15, {255, 0, 0}}, {15, -15, {0, 255, 0}}, {-15, 15, {0, 0, 255}}, {15, 15, {255, 255, 255}}};
     for (const auto& q : quarters) EXPECT_TRUE(Shows(kCentreX + q.dx, kCentreY + q.dy, q.colour, "texel of plane.bmp"));
     const Image before = Capture();
-    const auto moveTo = [&](int x, int y) {
-        X("xdotool mousemove --window " + window_ + " " + std::to_string(x) + " " + std::to_string(y));
-        SleepSeconds(0.1);
-    };
-    moveTo(kCentreX, kCentreY);
+    MoveTo(kCentreX, kCentreY);
     Button("down");
-    for (int step = 1; step <= 4; ++step) moveTo(kCentreX + 30 * step, kCentreY + 10 * step);
+    for (int step = 1; step <= 4; ++step) MoveTo(kCentreX + 30 * step, kCentreY + 10 * step);
     Button("up");
     const Image after = Capture();
     int changed = 0;

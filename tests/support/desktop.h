@@ -206,8 +206,12 @@ protected:
     void Type(const std::string& text) const { X(Focus() + "xdotool type --delay 60 '" + text + "'"); }
     // Buttons are held a few frames so per-frame sampling sees them.
     void Button(const char* upOrDown) const { X(std::string("xdotool mouse") + upOrDown + " 1; sleep 0.15"); }
+    void MoveTo(int x, int y) const {
+        X("xdotool mousemove --window " + window_ + " " + std::to_string(x) + " " + std::to_string(y));
+        SleepSeconds(0.15);
+    }
     void Click(int x, int y) const {
-        X("xdotool mousemove --window " + window_ + " " + std::to_string(x) + " " + std::to_string(y) + "; sleep 0.15");
+        MoveTo(x, y);
         Button("down");
         Button("up");
     }

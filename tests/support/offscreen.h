@@ -96,21 +96,17 @@ protected:
         g_renderer->SetDrawColor(background.r, background.g, background.b, background.a);
         g_renderer->Clear();
         draw();
-        Frame frame;
-        frame.width = width_;
-        frame.pixels.resize(static_cast<size_t>(width_) * height_);
+        Frame frame{width_, std::vector<Color>(static_cast<size_t>(width_) * height_)};
         if (kind_ != kRendererGL) {
-            EXPECT_EQ(SDL_RenderReadPixels(SDL_GetRenderer(g_window), nullptr, SDL_PIXELFORMAT_RGBA32,
-                                           frame.pixels.data(), width_ * 4),
-                      0);
+            const int read = SDL_RenderReadPixels(SDL_GetRenderer(g_window), nullptr, SDL_PIXELFORMAT_RGBA32,
+                                                  frame.pixels.data(), width_ * 4);
+            EXPECT_EQ(read, 0) << SDL_GetError();
             return frame;
         }
         // GL counts rows from the bottom.
-        std::vector<Color> rows(frame.pixels.size());
-        glReadPixels(0, 0, width_, height_, GL_RGBA, GL_UNSIGNED_BYTE, rows.data());
         for (int y = 0; y < height_; ++y) {
-            std::copy_n(&rows[static_cast<size_t>(height_ - 1 - y) * width_], width_,
-                        &frame.pixels[static_cast<size_t>(y) * width_]);
+            glReadPixels(0, height_ - 1 - y, width_, 1, GL_RGBA, GL_UNSIGNED_BYTE,
+                         &frame.pixels[static_cast<size_t>(y) * width_]);
         }
         return frame;
     }
