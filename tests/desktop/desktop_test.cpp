@@ -4,7 +4,7 @@
 
 namespace {
 
-const RGB kClearGrey = {128, 128, 128}, kBackdrop = {91, 91, 91}, kGrabBarBlue = {27, 84, 229};
+const Color kClearGrey = kGrey, kBackdrop = {91, 91, 91, 255}, kGrabBarBlue = {27, 84, 229, 255};
 // The 480x400 viewer opens centred on the 800x600 window; its view is the form less title and frame.
 const int kCentreX = 160 + 2 + 476 / 2, kCentreY = 100 + 27 + 371 / 2;
 // Where the unseeded C library generator puts the first test form in an 800x600 window.
@@ -18,19 +18,19 @@ TEST_F(DesktopTest, ViewerShowsTheSampleAndTurnsFormsDragEscapeTogglesMenusAndAR
           "renderer_type \"GLRenderer\"\nfilter_textures \"0\"\nwindow_width \"800\"\nwindow_height \"600\"\n");
     const struct {
         int dx, dy;
-        RGB colour;
-    } quarters[] = {{-15, -15, {255, 0, 0}}, {15, -15, {0, 255, 0}}, {-15, 15, {0, 0, 255}}, {15, 15, {255, 255, 255}}};
+        Color colour;
+    } quarters[] = {{-15, -15, kRed}, {15, -15, kGreen}, {-15, 15, kBlue}, {15, 15, kWhite}};
     for (const auto& q : quarters) EXPECT_TRUE(Shows(kCentreX + q.dx, kCentreY + q.dy, q.colour, "texel of plane.bmp"));
-    const Image before = Capture();
+    const Frame before = Capture();
     MoveTo(kCentreX, kCentreY);
     Button("down");
     for (int step = 1; step <= 4; ++step) MoveTo(kCentreX + 30 * step, kCentreY + 10 * step);
     Button("up");
-    const Image after = Capture();
+    const Frame after = Capture();
     int changed = 0;
     for (const auto& q : quarters) {
         const int x = kCentreX + 3 * q.dx, y = kCentreY + 3 * q.dy;
-        changed += !(before.At(x, y) == after.At(x, y));
+        changed += !SameColor(before.At(x, y), after.At(x, y));
     }
     EXPECT_GE(changed, 2) << "the drag left the plane where it was";
     Click(160 + 480 - 25, 100 + 12);

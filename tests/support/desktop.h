@@ -18,40 +18,21 @@
 #include <thread>
 #include <vector>
 
-#include "support/engine_fixture.h"
-
-struct RGB {
-    uint8_t r, g, b;
-    bool operator==(const RGB& o) const { return r == o.r && g == o.g && b == o.b; }
-};
-inline std::string ToString(RGB c) {
-    return "(" + std::to_string(c.r) + "," + std::to_string(c.g) + "," + std::to_string(c.b) + ")";
-}
-
-struct Image {
-    int width = 0, height = 0;
-    std::vector<uint8_t> pixels;  // RGB, row by row
-    RGB At(int x, int y) const {  // black outside the image
-        if (x < 0 || y < 0 || x >= width || y >= height) return RGB{0, 0, 0};
-        const uint8_t* p = &pixels[(static_cast<size_t>(y) * width + x) * 3];
-        return RGB{p[0], p[1], p[2]};
-    }
-};
+#include "support/offscreen.h"
 
 // An image file decoded by SDL_image; empty when it cannot be read.
-inline Image ReadImage(const std::string& path) {
-    Image image;
+inline Frame ReadImage(const std::string& path) {
+    Frame image;
     SDL_Surface* loaded = IMG_Load(path.c_str());
-    SDL_Surface* rgb = loaded ? SDL_ConvertSurfaceFormat(loaded, SDL_PIXELFORMAT_RGB24, 0) : nullptr;
+    SDL_Surface* rgba = loaded ? SDL_ConvertSurfaceFormat(loaded, SDL_PIXELFORMAT_RGBA32, 0) : nullptr;
     SDL_FreeSurface(loaded);
-    if (!rgb) return image;
-    image.width = rgb->w;
-    image.height = rgb->h;
-    for (int y = 0; y < rgb->h; ++y) {
-        const uint8_t* row = static_cast<const uint8_t*>(rgb->pixels) + static_cast<size_t>(y) * rgb->pitch;
-        image.pixels.insert(image.pixels.end(), row, row + rgb->w * 3);
+    if (!rgba) return image;
+    image.width = rgba->w;
+    for (int y = 0; y < rgba->h; ++y) {
+        const auto* row = static_cast<const Color*>(rgba->pixels) + static_cast<size_t>(y) * rgba->pitch / 4;
+        image.pixels.insert(image.pixels.end(), row, row + rgba->w);
     }
-    SDL_FreeSurface(rgb);
+    SDL_FreeSurface(rgba);
     return image;
 }
 
@@ -191,16 +172,17 @@ protected:
     }
 
     std::string X(const std::string& command) const { return Shell(command, nullptr, display_); }
-    Image Capture() const {
+    Frame Capture() const {
         const std::string file = dir_.path() + "/capture.png";
-        X("rm -f " + file + "; timeout 10 import -silent -window " + window_ + " -depth 8 png:" + file + " 2>/dev/null");
+        X("rm -f " + file + "; timeout 10 import -silent -window " + window_ + " -depth 8 png:" + file +
+          " 2>/dev/null");
         return ReadImage(file);
     }
-    ::testing::AssertionResult Shows(int x, int y, RGB want, const char* what) const {
-        RGB got{};
-        if (WaitUntil(10, [&] { return (got = Capture().At(x, y)) == want; })) return ::testing::AssertionSuccess();
-        return ::testing::AssertionFailure() << what << " at (" << x << ", " << y << "): expected " << ToString(want)
-                                             << ", got " << ToString(got);
+    ::testing::AssertionResult Shows(int x, int y, Color want, const char* what) const {
+        Color got{};
+        if (WaitUntil(10, [&] { return SameColor(got = Capture().At(x, y), want); })) return SameColor(got, want);
+        return ::testing::AssertionFailure() << what << " at (" << x << ", " << y << "): "
+                                             << SameColor(got, want).message();
     }
     void Key(const std::string& keys) const { X(Focus() + "xdotool key --delay 80 " + keys); }
     void Type(const std::string& text) const { X(Focus() + "xdotool type --delay 60 '" + text + "'"); }

@@ -46,7 +46,10 @@ inline ::testing::AssertionResult SameColor(Color got, Color want, int tolerance
 struct Frame {
     int width = 0;
     std::vector<Color> pixels;
-    Color At(int x, int y) const { return pixels[static_cast<size_t>(y) * static_cast<size_t>(width) + x]; }
+    Color At(int x, int y) const {  // transparent black outside the frame
+        const size_t i = static_cast<size_t>(y) * width + x;
+        return x >= 0 && x < width && y >= 0 && i < pixels.size() ? pixels[i] : Color{0, 0, 0, 0};
+    }
 };
 
 // A point, the colour expected there and what the probe is for.
