@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <regex>
+#include <cctype>
 #include <string>
 #include <vector>
 
@@ -53,8 +53,13 @@ TEST_F(ConsoleToolsDesktop, CompletionScriptsBindsScreenshotsPagingAndHistoryAcr
     const std::string startLog = dir_.ReadFile("first.log");
     EXPECT_LT(startLog.find("autoexec ran"), startLog.find("Entering main loop")) << startLog;
     EXPECT_NE(startLog.find("frame_delay: \"4\""), std::string::npos) << startLog;
-    EXPECT_TRUE(std::regex_search(startLog, std::regex(R"(^\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}\] SDL loaded\n)")))
-        << "a timestamp on every line: " << startLog;
+    // '#' stands for a digit.
+    const std::string stamped = "[####-##-## ##:##:##.###] SDL loaded\n";
+    bool matches = startLog.size() >= stamped.size();
+    for (size_t i = 0; matches && i < stamped.size(); ++i) {
+        matches = stamped[i] == '#' ? isdigit(static_cast<unsigned char>(startLog[i])) != 0 : stamped[i] == startLog[i];
+    }
+    EXPECT_TRUE(matches) << "a timestamp on every line: " << startLog;
 
     Key("grave");
     ASSERT_TRUE(Shows(300, 250, kWhite, "the log's background"));
