@@ -2,7 +2,6 @@
 #include <SDL_image.h>
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -10,7 +9,7 @@
 #include "resources/model_file.h"
 #include "resources/model_mgr.h"
 #include "resources/texture_mgr.h"
-#include "support/offscreen.h"
+#include "support/desktop.h"
 
 namespace fs = std::filesystem;
 
@@ -23,14 +22,7 @@ struct ToolRun {
 
 ToolRun RunConvert(const std::string& kind, const std::string& in, const std::string& out) {
     ToolRun run;
-    const std::string command = std::string(VORMI_CONVERT_PATH) + " " + kind + " '" + in + "' '" + out + "' 2>&1";
-    FILE* pipe = popen(command.c_str(), "r");
-    char buffer[512];
-    while (pipe && fgets(buffer, sizeof(buffer), pipe)) {
-        run.output += buffer;
-    }
-    const int status = pipe ? pclose(pipe) : -1;
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    run.output = Shell(std::string(VORMI_CONVERT_PATH) + " " + kind + " '" + in + "' '" + out + "' 2>&1", &run.status);
     return run;
 }
 
