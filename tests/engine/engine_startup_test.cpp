@@ -1,14 +1,22 @@
 #include <SDL.h>
+#include <SDL_opengl.h>
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "console/command_system.h"
 #include "console/cvars.h"
 #include "engine/engine.h"
 #include "engine/engine_common.h"
 #include "render/renderer.h"
+#include "render/renderer_backend.h"
+#include "support/desktop.h"
 #include "support/engine_fixture.h"
+#include "ui/panel.h"
+#include "ui/root_panel.h"
 
 // Each TEST runs in its own process (CTest runs them one by one), so EngineMain starts fresh here.
 
@@ -83,3 +91,74 @@ TEST(EngineStartup, FpsIsSampledOnceTheClockPassesOneHundredMilliseconds) {
     EXPECT_GT(fps, 0);
     EXPECT_LE(fps, 1100) << "at least 1 ms of delay per frame";
 }
+
+TEST(GLRendererEngine, SelectedByNameDrawsFramesAndASwitchWaitsForTheNextStart) {
+    TempWorkDir dir;
+    dir.WriteFile("test/scripts/cvars.txt", "renderer_type \"GLRenderer\"\n");
+    LogCapture log;
+    std::vector<std::string> seen;
+    GLenum error = GL_NO_ERROR;
+    const EngineRunResult run = RunEngine([&](int frame) {
+        if (frame != 3) return;
+        error = glGetError();
+        seen = {SwitchRenderer(), g_renderer->GetName()};
+        CommandGlobal("quit");
+    });
+    EXPECT_EQ(run.exitCode, 0);
+    ExpectInOrder(log.text(), {"Available renderers:\n-SDLRenderer\n-GLRenderer\nSelected renderer: GLRenderer (ID 1)\n",
+                               "Using renderer: GLRenderer\n", "OpenGL Version: ", "Renderer: ", "Vendor: ",
+                               "Model shader compiled successfully. Program ID = ", "Entering main loop\n"});
+    EXPECT_EQ(error, static_cast<GLenum>(GL_NO_ERROR)) << "the UI frames left a GL error";
+    EXPECT_EQ(seen, (std::vector<std::string>{"SDLRenderer", "GLRenderer"})) << "switched for the next start only";
+    EXPECT_NE(dir.ReadFile("test/scripts/cvars.txt").find("renderer_type \"SDLRenderer\"\n"), std::string::npos);
+}
+
+TEST(GLRendererEngine, MissingShaderSourceStopsTheStart) {
+    TempWorkDir dir;
+    unsetenv("DISPLAY");  // the fatal box then fails at once instead of waiting for a click
+    dir.WriteFile("test/scripts/cvars.txt", "renderer_type \"GLRenderer\"\n");
+    std::remove("test/shaders/model.frag");
+    LogCapture log;
+    EXPECT_EQ(RunEngine([](int) {}).exitCode, 1);
+    ExpectInOrder(log.text(), {"Failed to open shader file: ./test/shaders/model.frag\n",
+                               "Error: Model shader source is missing.\n", "Failed to build shaders\n",
+                               "Init_Renderer() failed!\n", "Init_Video() failed!\n"});
+}
+
+class ConsoleToolsEngine : public ::testing::TestWithParam<const char*> {};
+
+// A screenshot holds the frame drawn, the right way up, in its real colours.
+TEST_P(ConsoleToolsEngine, ScreenshotHoldsTheFrameAndAnUnwritablePathGetsOneLine) {
+    TempWorkDir dir;
+    dir.WriteFile("test/scripts/cvars.txt",
+                  std::string("renderer_type ") + GetParam() + "\nwindow_width 640\nwindow_height 480\n");
+    LogCapture log;
+    const EngineRunResult run = RunEngine(
+        [&](int frame) {
+            if (frame == 1) CommandGlobal("screenshot first.png");
+            if (frame == 3) CommandGlobal("screenshot missing_folder/shot.png");
+            if (frame == 6) CommandGlobal("quit");
+        },
+        [&] {
+            g_rootPanel->HideLayer(kLayerMenus);
+            Panel* probe = new Panel("probe");
+            probe->SetParent(g_rootPanel->GetLayer(kLayerGameUI));
+            probe->width = 40;
+            probe->height = 20;
+            probe->backgroundColor = kRed;
+        });
+    EXPECT_EQ(run.exitCode, 0);
+    ExpectInOrder(log.text(), {"screenshot: saved first.png\n", "screenshot: cannot write missing_folder/shot.png"});
+
+    const Frame shot = ReadImage(dir.path() + "/first.png");
+    EXPECT_EQ(shot.width, 640);
+    EXPECT_EQ(shot.pixels.size(), 640u * 480u);
+    const Probe probes[] = {{5, 5, kRed, "probe"},          {35, 15, kRed, "probe"},
+                            {45, 5, kGrey, "right of it"}, {5, 474, kGrey, "bottom-left"},
+                            {634, 5, kGrey, "top-right"}};
+    for (const Probe& p : probes) {
+        EXPECT_TRUE(SameColor(shot.At(p.x, p.y), p.want)) << p.what << " at " << p.x << "," << p.y;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Renderers, ConsoleToolsEngine, ::testing::Values("SDLRenderer", "GLRenderer"));
