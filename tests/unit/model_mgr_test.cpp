@@ -2,7 +2,6 @@
 #include <SDL_opengl.h>
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -101,9 +100,10 @@ TEST_F(ModelMgrTest, AHeldModelWithNoVerticesReplacedByTheNextLoadLeavesNoTextur
     EXPECT_EQ(Skin()->refCount, 1) << "the overwritten entry gave its reference back";
 }
 
-TEST_F(ModelMgrTest, MalformedFilesLoadWithArraysZeroFilledAndBoundedByTheFile) {
-    // Four vertices announced where two and a half remain: the rest is zero, and every later read
-    // comes up empty, leaving indices and sections zero-filled at their announced sizes.
+// Four vertices announced where two and a half remain: the rest is zero, and every later read comes up
+// empty, leaving indices and sections zero-filled at their announced sizes. (Edge values of every
+// header field are the model fuzz target's.)
+TEST_F(ModelMgrTest, ATruncatedFileLoadsWithItsArraysZeroFilled) {
     std::string bytes = plane_.substr(0, 146 + 80);
     const int32_t announced[][2] = {{kIndices, 3}, {kIndices + 1, 0}, {kSections, 1}};
     for (const auto& a : announced) {
@@ -117,24 +117,6 @@ TEST_F(ModelMgrTest, MalformedFilesLoadWithArraysZeroFilledAndBoundedByTheFile) 
     EXPECT_EQ(model->indices, (std::vector<uint32_t>{0, 0, 0}));
     ASSERT_EQ(model->sections.size(), 1u);
     EXPECT_EQ(model->sections[0].indexCount, 0u);
-
-    // Every header field at an edge value: the file loads, and no array outgrows it.
-    for (size_t field : kFields) {
-        for (int32_t value : {-1, INT_MIN, INT_MAX, static_cast<int32_t>(plane_.size()) - 1, 0x10000000}) {
-            SCOPED_TRACE("field at " + std::to_string(field) + " = " + std::to_string(value));
-            bytes = plane_;
-            PutI32(bytes, field, value);
-            Write("edge.vmdl", bytes);
-            const int handle = g_modelMgr->LoadModel("edge.vmdl");
-            ASSERT_GE(handle, 1);
-            model = g_modelMgr->GetModel(handle);
-            EXPECT_LE(model->vertices.size() * sizeof(ModelVertex), bytes.size());
-            EXPECT_LE(model->indices.size() * sizeof(uint32_t), bytes.size());
-            EXPECT_LE(model->sections.size() * sizeof(ModelSection), bytes.size());
-            EXPECT_EQ(model->textureNames.size(), model->textureHandles.size());
-            g_modelMgr->UnloadModel(handle);
-        }
-    }
 }
 
 class ModelDrawing : public RendererTest {

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <random>
-
 #include "engine/console_output.h"
 #include "support/engine_fixture.h"
 #include "ui/panel.h"
@@ -78,16 +76,8 @@ TEST_F(PanelScriptTest, MissingOrMalformedNumbersTakeTheirPositionsDefault) {
     EXPECT_EQ(0, loader_->y) << "out of range is malformed";
 }
 
-TEST_F(PanelScriptTest, ArbitraryBytesAndHugeFilesLoadSafely) {
-    std::mt19937 rng(1234);
-    const char alphabet[] = "{}\"\n \tPanel This name size position zpos background_color 0123456789-\r";
-    for (int round = 0; round < 20; ++round) {
-        std::string bytes(20000, '\0');
-        for (char& c : bytes) {
-            c = (rng() % 4 == 0) ? static_cast<char>(rng() % 256) : alphabet[rng() % (sizeof(alphabet) - 1)];
-        }
-        Load(bytes);
-    }
+// Arbitrary bytes are the panel script fuzz target's; here sizes it never reaches.
+TEST_F(PanelScriptTest, HugeFilesAndLinesLoadSafely) {
     std::string huge = "Panel\n{\n", longLine(10u << 20, 'x');
     while (huge.size() < 10u << 20) {
         huge += "size 1 2\n";

@@ -77,25 +77,6 @@ TEST_F(PanelTest, ClosePanelRemovesTheSubtreeAtTheParentsNextUpdate) {
     EXPECT_EQ("Test command Panel\nUnknown command: bogus\n", g_consoleText);
 }
 
-TEST_F(PanelTest, ZOrderBandsHoldWhateverTheAttachOrder) {
-    for (int order = 0; order < 2; ++order) {
-        Panel* parent = P("parent", 0, 0, 100, 100);
-        Panel *near = new Probe("near"), *far = new Probe("far");
-        near->zpos = -1000;
-        far->zpos = -100;
-        parent->AddChild(order == 0 ? near : far);
-        parent->AddChild(order == 0 ? far : near);
-        Panel* sameAsFar = P("same", 0, 0, 10, 10, parent);
-        sameAsFar->SetZPos(-100);
-        Settle(2);
-        EXPECT_EQ((std::vector<Panel*>{far, sameAsFar, near}), parent->children) << "attach order " << order;
-        far->BringToFront();
-        Settle(2);
-        EXPECT_EQ((std::vector<Panel*>{sameAsFar, far, near}), parent->children) << "raised only within its band";
-        parent->Destroy();
-    }
-}
-
 TEST_F(PanelTest, DrawPaintsBackToFrontClippedToTheParent) {
     top_->drawBackground = false;
     Panel* back = P("back", 10, 10, 30, 30);

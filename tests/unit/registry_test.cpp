@@ -25,27 +25,6 @@ TEST(Registry, FindsEveryStaticSubsystemByItsExactVersionNameAndNothingElse) {
     }
 }
 
-static int s_hookCalls[3];
-static IEngineCommon* s_hookArg;
-template <int kHook>
-void CountHook(IEngineCommon* c) {
-    ++s_hookCalls[kHook];
-    s_hookArg = c;
-}
-
-TEST(Registry, HooksGetTheCommonObjectUnsetOnesAreSkippedAndANullTableIsIgnored) {
-    IEngineCommon* common = GetEngineCommonInterface();
-    const EngineHooks startAndExtra = {CountHook<0>, nullptr, CountHook<2>};
-    common->SetHooks(&startAndExtra);
-    common->SetHooks(nullptr);
-    common->CallStartHook();
-    common->CallFrameHook();
-    common->CallExtraHook();
-    EXPECT_EQ(s_hookCalls[0], 1);
-    EXPECT_EQ(s_hookCalls[2], 1);
-    EXPECT_EQ(s_hookArg, common);
-}
-
 TEST(ConsoleOutput, TextIsKeptAsGivenUpTo4095BytesInLogAndConsoleText) {
     LogCapture log;
     g_consoleText.clear();

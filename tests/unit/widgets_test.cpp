@@ -83,33 +83,6 @@ TEST_F(Widgets, ButtonRunsItsCommandsOnlyWhenReleasedOverIt) {
     EXPECT_FALSE(button->focused);
 }
 
-TEST_F(Widgets, ButtonBevelSinksAndImageFollowsState) {
-    Button* button = Add(new Button("b"), 10, 20);
-    button->releasedTexture = 5;
-    Settle(2);
-    top_->Draw();
-    const std::vector<std::string> released = {
-        "clip 10 20 75 25", "fill 10 20 75 25 150 150 150 255", "line 10 20 10 43 135 135 135 255 w1",
-        "line 11 20 83 20 135 135 135 255 w1", "line 10 44 84 44 64 64 64 255 w1", "line 84 20 84 44 64 64 64 255 w1",
-        "clip off", "clip 10 20 75 25", "texture 5 10 20 75 25 255 255 255 255", "clip off"};
-    const int start = renderer_.IndexOf("clip 10 20 75 25");
-    ASSERT_GE(start, 0);
-    ASSERT_LE(start + released.size(), renderer_.calls.size());
-    const auto first = renderer_.calls.begin() + start;
-    EXPECT_EQ(std::vector<std::string>(first, first + static_cast<long>(released.size())), released);
-    Step(15, 25, false);
-    Step(15, 25, true);
-    for (int pressedTexture : {0, 7}) {
-        button->pressedTexture = pressedTexture;
-        renderer_.Reset();
-        top_->Draw();
-        EXPECT_GE(renderer_.IndexOf("line 10 20 10 43 64 64 64 255 w1"), 0) << "sunken while pressed";
-        EXPECT_GE(renderer_.IndexOf("line 84 20 84 44 135 135 135 255 w1"), 0);
-        EXPECT_GE(renderer_.IndexOf(std::string(pressedTexture ? "texture 7" : "texture 5") +
-                                    " 10 20 75 25 255 255 255 255"), 0);
-    }
-}
-
 TEST_F(Widgets, ToggleFlipsBeforeItsCommandsFormKeepsItsBarsAndTheFactoryKnowsTheTypes) {
     ToggleButton* toggle = Add(static_cast<ToggleButton*>(CreateWidget("ToggleButton")), 50, 50);
     Settle(2);
