@@ -75,23 +75,6 @@ TEST(EngineStartup, ForceExitLeavesTheCvarsFileUntouched) {
     EXPECT_EQ(dir.ReadFile("test/scripts/cvars.txt"), original);
 }
 
-TEST(EngineStartup, FpsIsSampledOnceTheClockPassesOneHundredMilliseconds) {
-    TempWorkDir dir;
-    int fps = -1;
-    uint32_t firstFrame = 0;
-    // Timed from the first frame: a start-up slower than a second makes the first sample 0 frames/s.
-    RunEngine([&](int frame) {
-        if (frame == 0) {
-            firstFrame = SDL_GetTicks();
-        } else if (SDL_GetTicks() > firstFrame + 400) {
-            fps = g_fps;
-            CommandGlobal("quit");
-        }
-    }, nullptr, 5000);
-    EXPECT_GT(fps, 0);
-    EXPECT_LE(fps, 1100) << "at least 1 ms of delay per frame";
-}
-
 TEST(GLRendererEngine, SelectedByNameDrawsFramesAndASwitchWaitsForTheNextStart) {
     TempWorkDir dir;
     dir.WriteFile("test/scripts/cvars.txt", "renderer_type \"GLRenderer\"\n");
