@@ -29,6 +29,12 @@ protected:
         g_inputSystem->textInput = line;
         Press({SDL_SCANCODE_RETURN});
     }
+    // Submitted, then the queue runs as at the end of a frame and the log takes the output.
+    void Run(const std::string& line) {
+        Submit(line);
+        g_commandSystem->ExecuteQueue();
+        Settle();
+    }
     static bool LogHas(const std::string& text) {
         const std::vector<RichTextLine>& lines = g_consolePanel->log->lines;
         return std::any_of(lines.begin(), lines.end(), [&](const RichTextLine& l) { return l.text == text; });
@@ -179,6 +185,33 @@ TEST_F(AppPanels, OptionsRendererButtonTurnsRedOnlyForAnotherRenderer) {
         EXPECT_EQ(button->pressedColor.r, running ? 112 : 160) << shown;
         EXPECT_EQ(button->backgroundColor.g, running ? 150 : 10) << shown;
     }
+}
+
+TEST_F(AppPanels, TypedLinesBehaveAsBeforeAndPageKeysScrollTheLog) {
+    Press({SDL_SCANCODE_GRAVE});
+    Settle();
+    for (const char* line : {"clear", "list_cmd", "window_width", "nosuch thing"}) {
+        Run(line);
+    }
+    std::vector<std::string> lines;
+    for (const RichTextLine& line : g_consolePanel->log->lines) {
+        lines.push_back(line.text);
+    }
+    EXPECT_EQ(lines, (std::vector<std::string>{">list_cmd", "Commands:", "exit/quit - closes the application",
+                                               "show_mainmenu - shows the main application menu",
+                                               "open_optionsmenu - opens the options menu", ">window_width",
+                                               ">nosuch thing", "Unknown command: nosuch", ""}));
+    EXPECT_EQ(cv_window_width.value, "");
+
+    Run("help");
+    RichTextBox* log = g_consolePanel->log;
+    const int32_t bottom = log->firstVisibleLine;
+    const int32_t page = (log->height - log->marginY) / log->lineHeight;
+    Press({SDL_SCANCODE_PAGEUP});
+    EXPECT_EQ(log->firstVisibleLine, bottom - page);
+    Press({SDL_SCANCODE_PAGEDOWN});
+    Press({SDL_SCANCODE_PAGEDOWN});
+    EXPECT_EQ(log->firstVisibleLine, bottom) << "never below the last page";
 }
 
 }  // namespace
