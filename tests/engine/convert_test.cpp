@@ -26,29 +26,24 @@ ToolRun RunConvert(const std::string& kind, const std::string& in, const std::st
     return run;
 }
 
-// A small RGBA image with a different colour in every pixel, half of them translucent.
-SDL_Surface* TestImage() {
+// A small RGBA image with a different colour in every pixel, half of them translucent, saved as PNG.
+void WriteTestPng(const std::string& path) {
     SDL_Surface* image = SDL_CreateRGBSurfaceWithFormat(0, 3, 2, 32, SDL_PIXELFORMAT_RGBA32);
     auto* p = static_cast<Uint8*>(image->pixels);
     for (int i = 0; i < 6; ++i) {
         const Uint8 rgba[4] = {Uint8(40 * i), Uint8(255 - 30 * i), Uint8(i % 2 ? 200 : 10), Uint8(i < 3 ? 255 : 128)};
         SDL_memcpy(p + (i / 3) * image->pitch + (i % 3) * 4, rgba, 4);
     }
-    return image;
+    ASSERT_EQ(IMG_SavePNG(image, path.c_str()), 0);
+    SDL_FreeSurface(image);
 }
 
 // Pixels as 0xAABBGGRR words, so that a mismatch prints which pixel and channel differ.
-std::vector<uint32_t> PixelsOf(SDL_Surface* surface) {
+std::vector<uint32_t> PixelsOf(const std::string& path) {
     std::vector<uint32_t> pixels;
-    SDL_Surface* rgba = surface ? SDL_ConvertSurfaceFormat(surface, SDL_PIXELFORMAT_RGBA32, 0) : nullptr;
-    for (int y = 0; rgba && y < rgba->h; ++y) {
-        for (int x = 0; x < rgba->w; ++x) {
-            const Uint8* p = static_cast<Uint8*>(rgba->pixels) + y * rgba->pitch + x * 4;
-            pixels.push_back(p[0] | p[1] << 8 | p[2] << 16 | uint32_t(p[3]) << 24);
-        }
+    for (Color c : ReadImage(path).pixels) {
+        pixels.push_back(c.r | c.g << 8 | c.b << 16 | uint32_t(c.a) << 24);
     }
-    SDL_FreeSurface(rgba);
-    SDL_FreeSurface(surface);
     return pixels;
 }
 
@@ -84,9 +79,7 @@ protected:
 TEST_F(Convert, ObjAndGltfLoadThroughTheModelManager) {
     dir_.WriteFile("in/cube.obj", kCubeObj);
     dir_.WriteFile("in/cube.mtl", "newmtl skin\nmap_Kd skin.png\n");
-    SDL_Surface* skin = TestImage();
-    ASSERT_EQ(IMG_SavePNG(skin, "in/skin.png"), 0);
-    SDL_FreeSurface(skin);
+    WriteTestPng("in/skin.png");
     dir_.WriteFile("in/quad.gltf", kQuadGltf);
     dir_.WriteFile("in/quad.bin", QuadBuffer());
     const struct {
@@ -96,7 +89,7 @@ TEST_F(Convert, ObjAndGltfLoadThroughTheModelManager) {
         float min[3], max[3];
         std::vector<uint32_t> texture;
     } cases[] = {
-        {"in/cube.obj", "cube", 24, 36, {-1, -1, -1}, {1, 1, 3}, PixelsOf(IMG_Load("in/skin.png"))},
+        {"in/cube.obj", "cube", 24, 36, {-1, -1, -1}, {1, 1, 3}, PixelsOf("in/skin.png")},
         {"in/quad.gltf", "quad", 4, 6, {0, 0, 0}, {2, 1, 0}, {0xFF0080FF}},
     };
     for (const auto& c : cases) {
@@ -135,16 +128,15 @@ TEST_F(Convert, ObjAndGltfLoadThroughTheModelManager) {
         }
         EXPECT_EQ(corners, c.vertices == 24 ? 1 : 0);
         EXPECT_GT(model->textureHandles[0], 0);
-        EXPECT_EQ(PixelsOf(SDL_LoadBMP(("test/tex/" + bmp).c_str())), c.texture);
+        EXPECT_EQ(PixelsOf("test/tex/" + bmp), c.texture);
     }
 }
 
 TEST_F(Convert, PngBecomesABmpWithTheSamePixels) {
-    SDL_Surface* image = TestImage();
-    ASSERT_EQ(IMG_SavePNG(image, "image.png"), 0);
+    WriteTestPng("image.png");
     const ToolRun run = RunConvert("texture", "image.png", "test/tex/image.bmp");
     ASSERT_EQ(run.status, 0) << run.output;
-    EXPECT_EQ(PixelsOf(SDL_LoadBMP("test/tex/image.bmp")), PixelsOf(image));
+    EXPECT_EQ(PixelsOf("test/tex/image.bmp"), PixelsOf("image.png"));
     const Texture* loaded = g_textureMgr->GetTexture(g_textureMgr->LoadTexture("image.bmp"));
     ASSERT_NE(loaded, nullptr);
     EXPECT_EQ(loaded->width, 3);
