@@ -1,8 +1,6 @@
 #include <SDL.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "engine/engine.h"
 #include "input/input_system.h"
 #include "support/recording_renderer.h"
@@ -22,7 +20,7 @@ protected:
         SDL_Quit();
     }
     // a and b are the key's scancode and repeat flag, the wheel step, the motion or the window event.
-    static void Push(Uint32 type, int a = 0, int b = 0, const char* text = "") {
+    static void Push(Uint32 type, int a = 0, int b = 0) {
         SDL_Event e = {};
         e.type = type;
         if (type == SDL_KEYDOWN || type == SDL_KEYUP) {
@@ -35,8 +33,6 @@ protected:
             e.motion.yrel = b;
         } else if (type == SDL_WINDOWEVENT) {
             e.window.event = static_cast<Uint8>(a);
-        } else if (type == SDL_TEXTINPUT) {
-            std::strncpy(e.text.text, text, sizeof(e.text.text) - 1);
         }
         ASSERT_EQ(1, SDL_PushEvent(&e)) << SDL_GetError();
     }
@@ -64,22 +60,6 @@ TEST_F(InputSystemTest, KeyArraysFollowPressAutoRepeatAndRelease) {
     in_.Update();
     EXPECT_EQ(0, in_.keysPressedNoRepeat[b]) << "the later repeat overwrites the first press";
     EXPECT_EQ(0, in_.keysHeld[a]);
-}
-
-TEST_F(InputSystemTest, TextIsTakenOnlyWhenWantedWithoutGraveAndAsciiOnly) {
-    EXPECT_FALSE(SDL_IsTextInputActive()) << "Init switches text input off";
-    Push(SDL_TEXTINPUT, 0, 0, "x");
-    in_.Update();
-    EXPECT_EQ("", in_.textInput);
-    in_.wantTextInput = true;
-    in_.Update();
-    EXPECT_TRUE(SDL_IsTextInputActive());
-    for (const char* text : {"a", "\xC3\xA9", "`", "`b", "c`"}) {
-        Push(SDL_TEXTINPUT, 0, 0, text);
-    }
-    in_.Update();
-    in_.Update();
-    EXPECT_EQ("a??c`", in_.textInput) << "only the first byte is checked for the grave accent";
 }
 
 TEST_F(InputSystemTest, MouseWheelMotionWindowAndQuitEvents) {

@@ -101,25 +101,6 @@ TEST_F(TextBoxes, TextInputIsHeldByTheActiveBoxAndCancelledOnlyThere) {
     EXPECT_FALSE(g_inputSystem->wantTextInput);
 }
 
-TEST_F(TextBoxes, TextBoxDrawsSelectionTextAndBlinkingCaret) {
-    TextBox* box = AddBox(new TextBox("txb"));
-    Type("abcd");
-    Keys({{SDL_SCANCODE_LEFT, kShift}, {SDL_SCANCODE_LEFT, kShift}});
-    renderer_.Reset();
-    box->Draw();
-    const std::string at = std::to_string(14 + Width(box->fontId, "ab")) + " 24 ";
-    const std::string caret = "fill " + at + "1 " + std::to_string(box->caretHeight) + " 0 0 0 255";
-    EXPECT_NE(renderer_.IndexOf("fill " + at + std::to_string(Width(box->fontId, "cd")) + " 20 80 80 255 255"), -1);
-    EXPECT_NE(renderer_.IndexOf("text " + std::to_string(box->fontId) + " abcd 14 24"), -1);
-    EXPECT_NE(renderer_.IndexOf(caret), -1) << "shown steadily right after a key";
-    TextBox::caretToggleTime = 0;
-    box->Draw();
-    EXPECT_GE(TextBox::caretToggleTime, SDL_GetTicks() + kCaretBlinkMs - 50);
-    renderer_.Reset();
-    box->Draw();
-    EXPECT_EQ(renderer_.IndexOf(caret), -1) << "the caret is off for this phase";
-}
-
 TEST_F(TextBoxes, TextBoxMouseSetsTheCaretAndDragsPastTheLeftEdge) {
     TextBox* box = AddBox(new TextBox("txb"));
     Type("abcdefghijklmnopqrstuvwxyz0123456789");

@@ -3,13 +3,10 @@
 #include "app/test_panels.h"
 #include "console/command_system.h"
 #include "resources/font_system.h"
-#include "resources/texture_mgr.h"
-#include "support/offscreen.h"
 #include "support/ui_driver.h"
 #include "ui/button.h"
 #include "ui/form.h"
 #include "ui/grab_bar.h"
-#include "ui/image_panel.h"
 #include "ui/rich_text_box.h"
 #include "ui/root_panel.h"
 #include "ui/text_box.h"
@@ -150,27 +147,6 @@ TEST_F(TestCommands, CountsAndDestroyLeaveAlonePanelsTheUserClosed) {
     g_commandSystem->Execute("show_mainmenu");
     EXPECT_TRUE(g_rootPanel->GetLayer(kLayerMenus)->visible);
     DestroyRootPanel();
-}
-
-using ImagePanels = OffscreenTest;
-
-TEST_F(ImagePanels, HoldTheirTextureUntilDestroyed) {
-    ASSERT_TRUE(g_textureMgr->Init());
-    dir_.WriteFile("test/tex/plain.bmp", TestDataFile("rgb24.bmp"));
-    Panel* top = new Panel("top");
-    ImagePanel *first = new ImagePanel("a"), *second = new ImagePanel("b");
-    top->AddChild(first);
-    top->AddChild(second);
-    first->SetProperty("texture", "plain.bmp");
-    second->SetTexture("./plain.bmp");
-    ASSERT_GT(first->texture, 0);
-    EXPECT_EQ(second->texture, first->texture) << "one entry for both";
-    Texture* entry = g_textureMgr->GetTexture(first->texture);
-    EXPECT_EQ(entry->refCount, 2);
-    first->Destroy();
-    EXPECT_EQ(entry->refCount, 1);
-    top->Destroy();
-    EXPECT_EQ(entry->refCount, 0) << "the last holder lets go";
 }
 
 }  // namespace
