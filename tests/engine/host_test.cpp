@@ -11,10 +11,11 @@
 
 namespace fs = std::filesystem;
 
-// Runs the host without X in the directory on the given video driver; returns the exit status.
+// Runs the host without X in the directory (on the offscreen driver unless env names another); returns
+// the exit status.
 static int RunHost(const TempWorkDir& dir, const std::vector<std::string>& args, std::string* out,
-                   const std::string& videoDriver = "offscreen") {
-    VormiProcess run("", dir.path(), args, {"SDL_VIDEODRIVER=" + videoDriver});
+                   const std::vector<std::string>& env = {"SDL_VIDEODRIVER=offscreen"}) {
+    VormiProcess run("", dir.path(), args, env);
     const int status = run.Wait(60);
     *out = run.output();
     return status;
@@ -27,7 +28,8 @@ TEST(Host, OptionsHelpVersionUsageFramesStatsExecAndSet) {
     EXPECT_NE(out.find("--frames N"), std::string::npos);
     EXPECT_EQ(RunHost(dir, {"--version"}, &out), 0);
     EXPECT_EQ(out.rfind("vormi ", 0), 0u);
-    for (const std::vector<std::string>& bad : {std::vector<std::string>{"--bogus", "x"}, {"--frames", "zero"}, {"--frames"}}) {
+    const std::vector<std::string> usages[] = {{"--bogus", "x"}, {"--frames", "zero"}, {"--frames"}};
+    for (const std::vector<std::string>& bad : usages) {
         EXPECT_EQ(RunHost(dir, bad, &out), 2) << bad[0];
         EXPECT_NE(out.find("Usage: vormi"), std::string::npos) << out;
     }
@@ -39,7 +41,7 @@ TEST(Host, OptionsHelpVersionUsageFramesStatsExecAndSet) {
     }
     EXPECT_NE(dir.ReadFile("test/scripts/cvars.txt").find("frame_delay \"7\"\n"), std::string::npos)
         << "an orderly quit saves the settings";
-    EXPECT_EQ(RunHost(dir, {}, &out, "nonexistent"), 1) << "a failing start-up exits promptly";
+    EXPECT_EQ(RunHost(dir, {}, &out, {"SDL_VIDEODRIVER=nonexistent"}), 1) << "a failing start-up exits promptly";
     EXPECT_NE(out.find("SDL_Init Error: "), std::string::npos) << out;
 }
 
@@ -78,4 +80,31 @@ TEST(HostWithoutDisplay, SaysOnceThatItsWindowCannotBeSeenUnlessTheDriverWasAske
     VormiProcess asked("", dir.path(), {"--frames", "3"}, {"SDL_VIDEODRIVER=offscreen"});
     EXPECT_EQ(asked.Wait(60), 0);
     EXPECT_EQ(asked.output().find("no display"), std::string::npos) << asked.output();
+}
+
+TEST(Host, ViewsAModelFromAnywhereWithItsTexturesBesideIt) {
+    TempWorkDir dir;
+    const auto view = [&](const std::string& file, std::string* out) {
+        const std::vector<std::string> env = {"SDL_VIDEODRIVER=offscreen", "TMPDIR=" + dir.path() + "/tmp"};
+        return RunHost(dir, {"--view", file, "--frames", "5"}, out, env);
+    };
+    fs::create_directories("tmp");
+    fs::create_directories("elsewhere");
+    dir.WriteFile("test/scripts/cvars.txt", "renderer_type \"GLRenderer\"\n");
+    dir.WriteFile("elsewhere/tri.obj", "mtllib tri.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl red\nf 1 2 3\n");
+    dir.WriteFile("elsewhere/tri.mtl", "newmtl red\nKd 1 0 0\n");
+    std::string out;
+    ASSERT_EQ(view(dir.path() + "/elsewhere/tri.obj", &out), 0) << out;
+    EXPECT_NE(out.find("tri.vmdl: 3 vertices, 1 triangles, 1 materials"), std::string::npos) << out;
+    EXPECT_EQ(out.find("Warning"), std::string::npos) << "the texture beside the model is found:\n" << out;
+    EXPECT_EQ(out.find("Error"), std::string::npos) << out;
+    EXPECT_TRUE(fs::is_empty("tmp")) << "the converted copy is removed at exit";
+
+    dir.WriteFile("elsewhere/broken.obj", "nothing here\n");
+    EXPECT_EQ(view(dir.path() + "/elsewhere/broken.obj", &out), 1);
+    EXPECT_NE(out.find("vormi-convert: "), std::string::npos) << out;
+    EXPECT_EQ(view(dir.path() + "/elsewhere", &out), 1) << "a folder is refused, not read";
+    EXPECT_NE(out.find("cannot be read"), std::string::npos) << out;
+    EXPECT_EQ(view("no/such.obj", &out), 1);
+    EXPECT_NE(out.find("vormi: --view no/such.obj: No such file or directory"), std::string::npos) << out;
 }

@@ -1,7 +1,6 @@
 #include <SDL_opengl.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 
 #include "app/model_viewer.h"
@@ -61,38 +60,6 @@ TEST(ModelViewerEngine, ShowsTheModelWithOrWithoutItsProgramAndReleasesItWhenClo
     EXPECT_EQ(program, 0u);
     EXPECT_TRUE(SameColor(fixedFunction, kRed)) << "the same texel through the fixed-function path";
     EXPECT_EQ(heldAfterClose, 0) << "closing the viewer gives its model back";
-}
-
-// The host without X on the offscreen driver, the model viewer asked for on the command line.
-int ViewWithHost(const TempWorkDir& dir, const std::string& file, std::string* out) {
-    VormiProcess run("", dir.path(), {"--view", file, "--frames", "5"},
-                     {"SDL_VIDEODRIVER=offscreen", "TMPDIR=" + dir.path() + "/tmp"});
-    const int status = run.Wait(60);
-    *out = run.output();
-    return status;
-}
-
-TEST(ModelViewerEngine, HostViewsAModelFromAnywhereWithItsTexturesBesideIt) {
-    TempWorkDir dir;
-    std::filesystem::create_directories("tmp");
-    std::filesystem::create_directories("elsewhere");
-    dir.WriteFile("test/scripts/cvars.txt", "renderer_type \"GLRenderer\"\n");
-    dir.WriteFile("elsewhere/tri.obj", "mtllib tri.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl red\nf 1 2 3\n");
-    dir.WriteFile("elsewhere/tri.mtl", "newmtl red\nKd 1 0 0\n");
-    std::string out;
-    ASSERT_EQ(ViewWithHost(dir, dir.path() + "/elsewhere/tri.obj", &out), 0) << out;
-    EXPECT_NE(out.find("tri.vmdl: 3 vertices, 1 triangles, 1 materials"), std::string::npos) << out;
-    EXPECT_EQ(out.find("Warning"), std::string::npos) << "the texture beside the model is found:\n" << out;
-    EXPECT_EQ(out.find("Error"), std::string::npos) << out;
-    EXPECT_TRUE(std::filesystem::is_empty("tmp")) << "the converted copy is removed at exit";
-
-    dir.WriteFile("elsewhere/broken.obj", "nothing here\n");
-    EXPECT_EQ(ViewWithHost(dir, dir.path() + "/elsewhere/broken.obj", &out), 1);
-    EXPECT_NE(out.find("vormi-convert: "), std::string::npos) << out;
-    EXPECT_EQ(ViewWithHost(dir, dir.path() + "/elsewhere", &out), 1) << "a folder is refused, not read";
-    EXPECT_NE(out.find("cannot be read"), std::string::npos) << out;
-    EXPECT_EQ(ViewWithHost(dir, "no/such.obj", &out), 1);
-    EXPECT_NE(out.find("vormi: --view no/such.obj: No such file or directory"), std::string::npos) << out;
 }
 
 }  // namespace

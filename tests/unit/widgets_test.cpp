@@ -99,7 +99,8 @@ TEST_F(Widgets, ToggleFlipsBeforeItsCommandsFormKeepsItsBarsAndTheFactoryKnowsTh
     EXPECT_EQ(form->grabBar->width, 250);
     EXPECT_EQ(form->grabBar->text, "f");
     EXPECT_EQ(form->closeButton->panelCommand, "close_panel");
-    for (const char* name : {"Panel", "GrabBar", "ImagePanel", "Label", "Button", "ToggleButton", "TextBox", "RichTextBox"}) {
+    for (const char* name :
+         {"Panel", "GrabBar", "ImagePanel", "Label", "Button", "ToggleButton", "TextBox", "RichTextBox"}) {
         std::unique_ptr<Panel> widget(CreateWidget(name));
         ASSERT_NE(widget, nullptr) << name;
         EXPECT_EQ(widget->name, name);
