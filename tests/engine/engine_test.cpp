@@ -1,20 +1,29 @@
 #include <SDL.h>
+#include <SDL_opengl.h>
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <string>
 #include <vector>
 
+#include "app/model_viewer.h"
 #include "console/command_system.h"
 #include "console/cvars.h"
 #include "engine/engine.h"
 #include "engine/engine_common.h"
 #include "render/renderer.h"
+#include "render/shader_program.h"
+#include "resources/model_mgr.h"
 #include "support/desktop.h"
 #include "support/engine_fixture.h"
+#include "ui/button.h"
+#include "ui/model_panel.h"
 #include "ui/panel.h"
+#include "ui/rich_text_box.h"
 #include "ui/root_panel.h"
+#include "ui/text_box.h"
 
 // Each TEST runs in its own process (CTest runs them one by one), so EngineMain starts fresh here.
 
@@ -128,3 +137,105 @@ TEST_P(ConsoleToolsEngine, ScreenshotHoldsTheFrameAndAnUnwritablePathGetsOneLine
 }
 
 INSTANTIATE_TEST_SUITE_P(Renderers, ConsoleToolsEngine, ::testing::Values("SDLRenderer", "GLRenderer"));
+
+namespace {
+
+// The interface drawn afresh and the pixel read back before anything is presented; y from the top.
+Color DrawnPixel(int x, int y) {
+    g_renderer->Begin2D();
+    g_rootPanel->Draw();
+    Color c = {0, 0, 0, 0};
+    glReadPixels(x, g_windowHeight - 1 - y, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, &c);
+    return c;
+}
+
+// Releasing and collecting are the handle table's; here the viewer's pixels with and without the program.
+TEST(ModelViewerEngine, ShowsTheModelWithOrWithoutItsProgramAndReleasesItWhenClosed) {
+    TempWorkDir dir;
+    dir.WriteFile("test/scripts/cvars.txt", "renderer_type \"GLRenderer\"\nfilter_textures \"0\"\n");
+    ModelRecord* model = nullptr;
+    int heldAfterClose = -1;
+    Color shaded = {}, fixedFunction = {};
+    GLuint program = 1;
+    RunEngine([&](int frame) {
+        if (frame == 1) {
+            CommandGlobal("view_model plane.vmdl");
+        } else if (frame == 4) {
+            auto* viewer = dynamic_cast<ModelViewer*>(g_rootPanel->GetLayer(kLayerGameUI)->FindChild(kModelViewerName));
+            ASSERT_NE(viewer, nullptr);
+            model = g_modelMgr->GetModel(viewer->view->model);
+            const int x = viewer->view->screenX + viewer->view->width / 2 - 15;
+            const int y = viewer->view->screenY + viewer->view->height / 2 - 15;
+            shaded = DrawnPixel(x, y);
+            // A shader that no longer compiles takes the program away; the view draws on without it.
+            dir.WriteFile("test/shaders/model.frag", "not glsl");
+            cv_shader_reload.SetString("1");
+            program = modelProgram;
+            fixedFunction = DrawnPixel(x, y);
+            viewer->closeButton->OnClick();
+        } else if (frame == 6) {
+            heldAfterClose = model ? model->refCount : -1;
+            CommandGlobal("quit");
+        }
+    });
+    EXPECT_TRUE(SameColor(shaded, kRed)) << "the top-left texel of plane.bmp through the model program";
+    EXPECT_EQ(program, 0u);
+    EXPECT_TRUE(SameColor(fixedFunction, kRed)) << "the same texel through the fixed-function path";
+    EXPECT_EQ(heldAfterClose, 0) << "closing the viewer gives its model back";
+}
+
+}  // namespace
+
+// Counts every allocation made through operator new while counting is on. The plain and array forms
+// are replaced together with their deletes; the library's nothrow forms call them.
+static bool s_counting = false;
+static long s_allocations = 0;
+
+static void* CountedAllocate(std::size_t size) {
+    s_allocations += s_counting;
+    if (void* p = std::malloc(size == 0 ? 1 : size)) return p;
+    throw std::bad_alloc();
+}
+void* operator new(std::size_t size) { return CountedAllocate(size); }
+void* operator new[](std::size_t size) { return CountedAllocate(size); }
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete[](void* p) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
+
+// Frames 20 to 49 of a scene with forms, panels, a focused text box and a log with a selection.
+static long SteadyFrameAllocations(const std::string& cvars) {
+    TempWorkDir dir;
+    dir.WriteFile("test/scripts/cvars.txt", "debug_drawoutline 1\nframe_delay 0\n" + cvars);
+    long allocations = -1;
+    RunEngine([&](int frame) {
+        if (frame == 0) {
+            CommandGlobal("test_create_form 5");
+            CommandGlobal("view_model plane.vmdl");
+            CommandGlobal("test_create_panel 5");
+            TextBox* box = new TextBox("txb_steady");
+            box->SetText("steady frames allocate nothing at all");
+            g_rootPanel->layerTools->AddChild(box);
+            box->Focus();
+            RichTextBox* log = new RichTextBox("log_steady");
+            log->SetProperty("size", "300 200");
+            log->AppendText("first line\nsecond line\n\nfourth line that is long enough to be cut at the edge\n");
+            log->selectionEnd = TextPosition{3, 3};
+            log->y = 40;
+            g_rootPanel->layerTools->AddChild(log);
+        }
+        s_counting = frame >= 20 && frame < 50;
+        s_allocations = frame == 20 ? 0 : s_allocations;
+        if (frame == 50) {
+            allocations = s_allocations;
+            CommandGlobal("quit");
+        }
+    });
+    return allocations;
+}
+
+TEST(SteadyState, FramesAllocateNothingOnceTheSceneIsBuilt) { EXPECT_EQ(SteadyFrameAllocations(""), 0); }
+
+TEST(SteadyState, GLFramesAllocateNothingOnceTheSceneIsBuilt) {
+    EXPECT_EQ(SteadyFrameAllocations("renderer_type GLRenderer\n"), 0);
+}
