@@ -78,7 +78,7 @@ TEST_F(AppPanels, ToolFpsSwitchesTheRightAlignedReadout) {
     EXPECT_FALSE(fps->visible);
 }
 
-TEST_F(AppPanels, ConsoleSubmitsToCvarsOrCommandsAndWalksItsHistory) {
+TEST_F(AppPanels, ConsoleSubmitsToCvarsOrCommandsWalksItsHistoryAndPagesItsLog) {
     ConsolePanel* con = g_consolePanel;
     EXPECT_EQ(con->parent, g_rootPanel->GetLayer(kLayerTools));
     Press({SDL_SCANCODE_GRAVE});
@@ -122,6 +122,34 @@ TEST_F(AppPanels, ConsoleSubmitsToCvarsOrCommandsAndWalksItsHistory) {
     Click(5, 5);
     EXPECT_FALSE(con->visible) << "a click elsewhere takes the focus, which hides the console";
     EXPECT_FALSE(g_inputSystem->wantTextInput);
+
+    // Lines typed and run behave as they always have; the page keys scroll the log.
+    Press({SDL_SCANCODE_GRAVE});
+    Settle();
+    con->input->SetText("");
+    g_commandQueue.clear();
+    for (const char* line : {"clear", "list_cmd", "window_width", "nosuch thing"}) {
+        Run(line);
+    }
+    std::vector<std::string> lines;
+    for (const RichTextLine& line : con->log->lines) {
+        lines.push_back(line.text);
+    }
+    EXPECT_EQ(lines, (std::vector<std::string>{">list_cmd", "Commands:", "exit/quit - closes the application",
+                                               "show_mainmenu - shows the main application menu",
+                                               "open_optionsmenu - opens the options menu", ">window_width",
+                                               ">nosuch thing", "Unknown command: nosuch", ""}));
+    EXPECT_EQ(cv_window_width.value, "");
+
+    Run("help");
+    RichTextBox* log = con->log;
+    const int32_t bottom = log->firstVisibleLine;
+    const int32_t page = (log->height - log->marginY) / log->lineHeight;
+    Press({SDL_SCANCODE_PAGEUP});
+    EXPECT_EQ(log->firstVisibleLine, bottom - page);
+    Press({SDL_SCANCODE_PAGEDOWN});
+    Press({SDL_SCANCODE_PAGEDOWN});
+    EXPECT_EQ(log->firstVisibleLine, bottom) << "never below the last page";
 }
 
 TEST_F(AppPanels, OptionsShowTheCvarsOkAndApplyWriteFirstWordsCloseAndCancelDiscardEdits) {
@@ -185,33 +213,6 @@ TEST_F(AppPanels, OptionsRendererButtonTurnsRedOnlyForAnotherRenderer) {
         EXPECT_EQ(button->pressedColor.r, running ? 112 : 160) << shown;
         EXPECT_EQ(button->backgroundColor.g, running ? 150 : 10) << shown;
     }
-}
-
-TEST_F(AppPanels, TypedLinesBehaveAsBeforeAndPageKeysScrollTheLog) {
-    Press({SDL_SCANCODE_GRAVE});
-    Settle();
-    for (const char* line : {"clear", "list_cmd", "window_width", "nosuch thing"}) {
-        Run(line);
-    }
-    std::vector<std::string> lines;
-    for (const RichTextLine& line : g_consolePanel->log->lines) {
-        lines.push_back(line.text);
-    }
-    EXPECT_EQ(lines, (std::vector<std::string>{">list_cmd", "Commands:", "exit/quit - closes the application",
-                                               "show_mainmenu - shows the main application menu",
-                                               "open_optionsmenu - opens the options menu", ">window_width",
-                                               ">nosuch thing", "Unknown command: nosuch", ""}));
-    EXPECT_EQ(cv_window_width.value, "");
-
-    Run("help");
-    RichTextBox* log = g_consolePanel->log;
-    const int32_t bottom = log->firstVisibleLine;
-    const int32_t page = (log->height - log->marginY) / log->lineHeight;
-    Press({SDL_SCANCODE_PAGEUP});
-    EXPECT_EQ(log->firstVisibleLine, bottom - page);
-    Press({SDL_SCANCODE_PAGEDOWN});
-    Press({SDL_SCANCODE_PAGEDOWN});
-    EXPECT_EQ(log->firstVisibleLine, bottom) << "never below the last page";
 }
 
 }  // namespace

@@ -169,7 +169,6 @@ TEST_F(ModelShader, ReloadRebuildsOnEveryWriteAndReportsBadSources) {
     }
 }
 
-
 const std::string kSans = "./test/fonts/OpenSans-Regular.ttf", kMono = "./test/fonts/Inconsolata-Regular.ttf";
 const Color kClearWhite = {255, 255, 255, 0};
 
@@ -179,7 +178,7 @@ FontRecord* Load(const std::string& path, int size) {
 
 using Fonts = OffscreenTest;
 
-TEST_F(Fonts, AtlasHoldsEveryPrintableGlyphInItsCellAndMeasuresFollowGlyphWidthsOrCells) {
+TEST_F(Fonts, CellsFitTheSizeAndMeasuresFollowGlyphWidthsOrCells) {
     FontRecord* sans = Load(kSans, 12);
     FontRecord* mono = Load(kMono, 12);
     ASSERT_NE(sans, nullptr);
@@ -188,11 +187,6 @@ TEST_F(Fonts, AtlasHoldsEveryPrintableGlyphInItsCellAndMeasuresFollowGlyphWidths
         SCOPED_TRACE(font->path + " at " + std::to_string(font->size));
         EXPECT_LE(font->cellHeight, font->size);
         EXPECT_EQ(font->monospace, font->path == kMono);
-        EXPECT_EQ(font->atlas.width, 16 * font->cellWidth);
-        EXPECT_EQ(font->atlas.height, 6 * font->cellHeight);
-        // Where each glyph sits in its cell is the font fuzz target's check.
-        EXPECT_EQ(font->glyphs['A'].x, ('A' - 32) % 16 * font->cellWidth);
-        EXPECT_EQ(font->glyphs['A'].y, ('A' - 32) / 16 * font->cellHeight);
     }
     EXPECT_EQ(g_fontSystem->MeasureText("abc", nullptr).height, 0);
     EXPECT_EQ(g_fontSystem->MeasureText("", sans).height, sans->cellHeight);
