@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include "console/cvar.h"
 #include "engine/console_output.h"
@@ -24,14 +25,11 @@ namespace fs = std::filesystem;
 namespace {
 
 long PeakRssKb() {
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line)) {
-        if (line.rfind("VmHWM:", 0) == 0) {
-            return std::atol(line.c_str() + 6);
-        }
-    }
-    return 0;
+    std::ostringstream status;
+    status << std::ifstream("/proc/self/status").rdbuf();
+    const std::string text = status.str();
+    const size_t at = text.find("VmHWM:");
+    return at == std::string::npos ? 0 : std::atol(text.c_str() + at + 6);
 }
 
 class HostileFiles : public OffscreenTest {};
@@ -124,11 +122,9 @@ TEST(SettingsFile, UnreadableOrLinkedFileKeepsItsSettings) {
     fs::remove(path);
     fs::create_directory(path);
     g_consoleText.clear();
-    g_cvars->LoadFile(path);
     g_cvars->Save();
     EXPECT_TRUE(fs::is_directory(path));
-    ExpectInOrder(g_consoleText, {"Error: Could not open file '" + path + "'\n",
-                                  "Error: Could not open file '" + path + "'\n"});
+    EXPECT_EQ(g_consoleText, "Error: Could not open file '" + path + "'\n");
 
     // A link is written through: the target gets the new settings, the link stays a link.
     fs::remove(path);

@@ -77,15 +77,12 @@ TEST_F(ModelPanelTest, UnderTheSdlRendererDrawsItsNoticeAndNothingElse) {
     top_->ComputeClipRect();
     recorder_->Reset();
     view_->Draw();
-    const std::vector<std::string>& calls = recorder_->calls;
+    std::vector<std::string> calls = recorder_->calls;
     ASSERT_EQ(calls.size(), 6u) << ::testing::PrintToString(calls);
-    EXPECT_EQ(calls[0], "clip 50 20 320 240");
-    EXPECT_EQ(calls[1], "fill 50 20 320 240 40 42 48 255");
-    EXPECT_EQ(calls[2], "clip off");
-    EXPECT_EQ(calls[3], "clip 50 20 320 240");
-    EXPECT_EQ(calls[4].rfind("text ", 0), 0u) << calls[4];
     EXPECT_NE(calls[4].find(std::string(" ") + kModelViewNotice + " 58 "), std::string::npos) << calls[4];
-    EXPECT_EQ(calls[5], "clip off");
+    calls[4] = calls[4].substr(0, 4);
+    EXPECT_EQ(calls, (std::vector<std::string>{"clip 50 20 320 240", "fill 50 20 320 240 40 42 48 255", "clip off",
+                                               "clip 50 20 320 240", "text", "clip off"}));
 }
 
 TEST_F(ModelPanelTest, OrbitsItsModelAndHoldsItUntilDestroyed) {
