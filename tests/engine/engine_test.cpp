@@ -15,9 +15,11 @@
 #include "engine/engine_common.h"
 #include "render/renderer.h"
 #include "render/shader_program.h"
+#include "resources/handle_table.h"
 #include "resources/model_mgr.h"
 #include "support/desktop.h"
 #include "support/engine_fixture.h"
+#include "ui/button.h"
 #include "ui/model_panel.h"
 #include "ui/panel.h"
 #include "ui/rich_text_box.h"
@@ -145,19 +147,24 @@ Color DrawnPixel(int x, int y) {
     return c;
 }
 
-// Releasing is the model panel's and collecting the handle table's; here the pixels with and without
-// the program.
-TEST(ModelViewerEngine, ShowsTheModelWithOrWithoutItsProgram) {
+uint64_t s_farFuture = 0;
+
+// The viewer's pixels with and without the model program; closing it releases the model, and the
+// collector frees it once the release delay has passed.
+TEST(ModelViewerEngine, ShowsTheModelWithOrWithoutItsProgramAndReleasesItWhenClosed) {
     TempWorkDir dir;
     dir.WriteFile("test/scripts/cvars.txt", "renderer_type \"GLRenderer\"\nfilter_textures \"0\"\n");
     Color shaded = {}, fixedFunction = {};
     GLuint program = 1;
+    ModelRecord* model = nullptr;
+    bool released = false, collected = false;
     RunEngine([&](int frame) {
         if (frame == 1) {
             CommandGlobal("view_model plane.vmdl");
         } else if (frame == 4) {
             auto* viewer = dynamic_cast<ModelViewer*>(g_rootPanel->GetLayer(kLayerGameUI)->FindChild(kModelViewerName));
             ASSERT_NE(viewer, nullptr);
+            model = g_modelMgr->GetModel(viewer->view->model);
             const int x = viewer->view->screenX + viewer->view->width / 2 - 15;
             const int y = viewer->view->screenY + viewer->view->height / 2 - 15;
             shaded = DrawnPixel(x, y);
@@ -166,12 +173,22 @@ TEST(ModelViewerEngine, ShowsTheModelWithOrWithoutItsProgram) {
             cv_shader_reload.SetString("1");
             program = modelProgram;
             fixedFunction = DrawnPixel(x, y);
+            viewer->closeButton->OnClick();
+        } else if (frame == 6) {
+            released = model && model->refCount == 0 && model->releaseTime != 0;
+            s_farFuture = model ? model->releaseTime : 0;
+            g_resourceTicks = [] { return s_farFuture; };
+        } else if (frame == 9) {
+            collected = model && model->name.empty();
+            g_resourceTicks = SDL_GetTicks64;
             CommandGlobal("quit");
         }
     });
     EXPECT_TRUE(SameColor(shaded, kRed)) << "the top-left texel of plane.bmp through the model program";
     EXPECT_EQ(program, 0u);
     EXPECT_TRUE(SameColor(fixedFunction, kRed)) << "the same texel through the fixed-function path";
+    EXPECT_TRUE(released) << "closing the viewer gives its model back";
+    EXPECT_TRUE(collected) << "the collector frees the model once its delay has passed";
 }
 
 }  // namespace
