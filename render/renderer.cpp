@@ -2,7 +2,7 @@
 #include "render/renderer_backend.h"
 
 #include <cmath>
-#include <cstring>
+#include <string_view>
 
 #include "console/cvars.h"
 #include "engine/console_output.h"
@@ -33,7 +33,7 @@ int32_t RendererKindFromName(const char* name) {
         {"VulkanRenderer", kRendererVulkan},
     };
     for (const auto& entry : kKinds) {
-        if (std::strcmp(entry.name, name) == 0) {
+        if (std::string_view(entry.name) == name) {
             return entry.kind;
         }
     }
