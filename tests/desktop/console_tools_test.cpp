@@ -1,8 +1,3 @@
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "support/desktop.h"
 
 namespace {
@@ -82,9 +77,7 @@ TEST_F(ConsoleToolsDesktop, CompletionScriptsBindsScreenshotsPagingAndHistoryAcr
     EXPECT_EQ(shot.width, screen.width);
     EXPECT_EQ(shot.pixels.size(), screen.pixels.size());
     const std::vector<std::pair<int, int>> points = {{5, 5}, {300, 250}, {310, 400}, {400, 300}, {790, 590}};
-    for (const auto& [x, y] : points) {
-        EXPECT_TRUE(SameColor(shot.At(x, y), screen.At(x, y))) << "at " << x << "," << y;
-    }
+    for (const auto& [x, y] : points) EXPECT_TRUE(SameColor(shot.At(x, y), screen.At(x, y))) << "at " << x << "," << y;
 
     Key("grave");
     Enter("echo from history");

@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "support/desktop.h"
 
 namespace {
@@ -16,10 +14,8 @@ TEST_F(DesktopTest, ViewerShowsTheSampleAndTurnsFormsDragEscapeTogglesMenusAndAR
     // Nearest filtering keeps each texel's colour whole, so every quarter of the plane is one colour.
     Start({"--exec", "test_create_form 1", "--view", dir_.path() + "/test/models/plane.vmdl"},
           "renderer_type \"GLRenderer\"\nfilter_textures \"0\"\nwindow_width \"800\"\nwindow_height \"600\"\n");
-    const struct {
-        int dx, dy;
-        Color colour;
-    } quarters[] = {{-15, -15, kRed}, {15, -15, kGreen}, {-15, 15, kBlue}, {15, 15, kWhite}};
+    const struct { int dx, dy; Color colour; } quarters[] = {
+        {-15, -15, kRed}, {15, -15, kGreen}, {-15, 15, kBlue}, {15, 15, kWhite}};
     for (const auto& q : quarters) EXPECT_TRUE(Shows(kCentreX + q.dx, kCentreY + q.dy, q.colour, "texel of plane.bmp"));
     const Frame before = Capture();
     MoveTo(kCentreX, kCentreY);

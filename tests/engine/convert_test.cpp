@@ -1,14 +1,4 @@
-#include <SDL.h>
-#include <SDL_image.h>
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <string>
-#include <vector>
-
 #include "resources/model_file.h"
-#include "resources/model_mgr.h"
-#include "resources/texture_mgr.h"
 #include "support/desktop.h"
 
 namespace fs = std::filesystem;
@@ -41,9 +31,7 @@ void WriteTestPng(const std::string& path) {
 // Pixels as 0xAABBGGRR words, so that a mismatch prints which pixel and channel differ.
 std::vector<uint32_t> PixelsOf(const std::string& path) {
     std::vector<uint32_t> pixels;
-    for (Color c : ReadImage(path).pixels) {
-        pixels.push_back(c.r | c.g << 8 | c.b << 16 | uint32_t(c.a) << 24);
-    }
+    for (Color c : ReadImage(path).pixels) pixels.push_back(c.r | c.g << 8 | c.b << 16 | uint32_t(c.a) << 24);
     return pixels;
 }
 
@@ -67,14 +55,7 @@ const char* const kQuadGltf = R"({"asset":{"version":"2.0"},"scene":0,"scenes":[
 "accessors":[{"bufferView":0,"componentType":5126,"count":4,"type":"VEC3","min":[0,0,0],"max":[2,1,0]},
 {"bufferView":1,"componentType":5123,"count":6,"type":"SCALAR"}]})";
 
-class Convert : public OffscreenTest {
-protected:
-    void SetUp() override {
-        OffscreenTest::SetUp();
-        ASSERT_TRUE(g_textureMgr->Init());
-        ASSERT_TRUE(g_modelMgr->Init());
-    }
-};
+using Convert = OffscreenTest;
 
 TEST_F(Convert, ObjAndGltfLoadThroughTheModelManager) {
     dir_.WriteFile("in/cube.obj", kCubeObj);
@@ -82,16 +63,9 @@ TEST_F(Convert, ObjAndGltfLoadThroughTheModelManager) {
     WriteTestPng("in/skin.png");
     dir_.WriteFile("in/quad.gltf", kQuadGltf);
     dir_.WriteFile("in/quad.bin", QuadBuffer());
-    const struct {
-        const char* in;
-        const char* name;
-        size_t vertices, indices;
-        float min[3], max[3];
-        std::vector<uint32_t> texture;
-    } cases[] = {
-        {"in/cube.obj", "cube", 24, 36, {-1, -1, -1}, {1, 1, 3}, PixelsOf("in/skin.png")},
-        {"in/quad.gltf", "quad", 4, 6, {0, 0, 0}, {2, 1, 0}, {0xFF0080FF}},
-    };
+    struct { const char *in, *name; size_t vertices, indices; float min[3], max[3]; std::vector<uint32_t> pixels; }
+        cases[] = {{"in/cube.obj", "cube", 24, 36, {-1, -1, -1}, {1, 1, 3}, PixelsOf("in/skin.png")},
+                   {"in/quad.gltf", "quad", 4, 6, {0, 0, 0}, {2, 1, 0}, {0xFF0080FF}}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.in);
         const std::string name = std::string(c.name) + ".vmdl";
@@ -128,7 +102,7 @@ TEST_F(Convert, ObjAndGltfLoadThroughTheModelManager) {
         }
         EXPECT_EQ(corners, c.vertices == 24 ? 1 : 0);
         EXPECT_GT(model->textureHandles[0], 0);
-        EXPECT_EQ(PixelsOf("test/tex/" + bmp), c.texture);
+        EXPECT_EQ(PixelsOf("test/tex/" + bmp), c.pixels);
     }
 }
 
@@ -148,9 +122,7 @@ TEST_F(Convert, BadInputGetsOneLineExitOneAndNoOutput) {
     dir_.WriteFile("noise.gltf", std::string("{\"asset\":{\"version\":\"2.0\"},\"meshes\":[{]"));
     dir_.WriteFile("garbage.png", "\x89PNG\r\n\x1a\nnot really");
     dir_.WriteFile("good.obj", kCubeObj);
-    const struct {
-        const char *kind, *in, *out, *reason;
-    } cases[] = {
+    const struct { const char *kind, *in, *out, *reason; } cases[] = {
         {"model", "missing.obj", "out/m.vmdl", "missing.obj: No such file or directory"},
         {"model", "test", "out/m.vmdl", "test: not a regular file"},
         {"model", "garbage.obj", "out/m.vmdl", "garbage.obj: not a 3D model this tool reads"},

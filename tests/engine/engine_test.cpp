@@ -1,24 +1,12 @@
-#include <SDL.h>
-#include <SDL_opengl.h>
-#include <gtest/gtest.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <new>
-#include <string>
-#include <vector>
 
 #include "app/model_viewer.h"
-#include "console/command_system.h"
 #include "console/cvars.h"
-#include "engine/engine.h"
-#include "engine/engine_common.h"
 #include "render/renderer.h"
 #include "render/shader_program.h"
-#include "resources/handle_table.h"
-#include "resources/model_mgr.h"
 #include "support/desktop.h"
-#include "support/engine_fixture.h"
 #include "ui/button.h"
 #include "ui/model_panel.h"
 #include "ui/panel.h"

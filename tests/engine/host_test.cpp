@@ -1,11 +1,6 @@
-#include <SDL.h>
 #include <dlfcn.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <string>
-#include <vector>
 
 #include "support/desktop.h"
 

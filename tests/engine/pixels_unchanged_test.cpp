@@ -1,16 +1,10 @@
-#include <SDL.h>
 #include <SDL_opengl.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdlib>
-#include <string>
-#include <vector>
 
-#include "console/command_system.h"
 #include "console/console_panel.h"
 #include "engine/console_output.h"
-#include "engine/engine.h"
 #include "render/gl_renderer.h"
 #include "render/sdl_renderer.h"
 #include "resources/font_system.h"
@@ -38,16 +32,17 @@ void WalkGlyphs(int fontId, const char* text, int x, Emit emit) {
 class PinnedSDL : public SDLRenderer {
     static SDL_Renderer* R() { return SDL_GetRenderer(g_window); }
     static void Use(Color c) { SDL_SetRenderDrawColor(R(), c.r, c.g, c.b, c.a); }
+    static const SDL_Rect* S(const Rect* r) { return reinterpret_cast<const SDL_Rect*>(r); }
 
 public:
-    void SetClipRect(const Rect* r) override { SDL_RenderSetClipRect(R(), reinterpret_cast<const SDL_Rect*>(r)); }
-    void FillRect(const Rect* r, Color c) override { Use(c), SDL_RenderFillRect(R(), reinterpret_cast<const SDL_Rect*>(r)); }
-    void DrawRect(const Rect* r, Color c) override { Use(c), SDL_RenderDrawRect(R(), reinterpret_cast<const SDL_Rect*>(r)); }
+    void SetClipRect(const Rect* r) override { SDL_RenderSetClipRect(R(), S(r)); }
+    void FillRect(const Rect* r, Color c) override { Use(c), SDL_RenderFillRect(R(), S(r)); }
+    void DrawRect(const Rect* r, Color c) override { Use(c), SDL_RenderDrawRect(R(), S(r)); }
     void DrawLine(Point a, Point b, Color c, int) override { Use(c), SDL_RenderDrawLine(R(), a.x, a.y, b.x, b.y); }
     void DrawText(int fontId, const char* text, int x, int y) override {
         WalkGlyphs(fontId, text, x, [&](const FontRecord& f, const Rect& g, int pen) {
             const SDL_Rect dst = {pen, y, g.w, g.h};
-            SDL_RenderCopy(R(), f.atlas.sdlTexture, reinterpret_cast<const SDL_Rect*>(&g), &dst);
+            SDL_RenderCopy(R(), f.atlas.sdlTexture, S(&g), &dst);
         });
     }
 };
@@ -123,7 +118,8 @@ std::vector<uint8_t> Capture(IRenderer* with) {
         gl->Flush();
         glReadPixels(0, 0, g_windowWidth, g_windowHeight, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
     } else {
-        SDL_RenderReadPixels(SDL_GetRenderer(g_window), nullptr, SDL_PIXELFORMAT_RGBA32, pixels.data(), g_windowWidth * 4);
+        SDL_RenderReadPixels(SDL_GetRenderer(g_window), nullptr, SDL_PIXELFORMAT_RGBA32, pixels.data(),
+                             g_windowWidth * 4);
     }
     return pixels;
 }

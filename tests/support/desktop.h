@@ -1,22 +1,16 @@
 // The host as a child process, and the desktop driver: a private Xvfb, xdotool input, import captures.
 #pragma once
 
-#include <SDL.h>
 #include <SDL_image.h>
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdint>
 #include <cstring>
-#include <functional>
 #include <memory>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "support/offscreen.h"
 

@@ -1,12 +1,10 @@
 // A hidden window with a real renderer (SDL on the software driver, or OpenGL on the offscreen EGL
-// context), SDL_ttf up and a stopped resource clock. RendererTest runs one test on both renderers.
+// context), SDL_ttf up, the texture and model tables with their fallbacks and a stopped resource
+// clock. RendererTest runs one test on both renderers.
 #pragma once
 
 #include <SDL_opengl.h>
 #include <SDL_ttf.h>
-#include <gtest/gtest.h>
-
-#include <functional>
 
 #include "engine/console_output.h"
 #include "render/gl_renderer.h"
@@ -79,6 +77,8 @@ protected:
         g_renderer->PostInit();
         g_renderer->SetBlendMode(SDL_BLENDMODE_BLEND);
         g_renderer->Begin2D();
+        ASSERT_TRUE(g_textureMgr->Init());
+        ASSERT_TRUE(g_modelMgr->Init());
         g_resourceTicks = [] { return uint64_t{1000}; };
         g_consoleText.clear();
     }

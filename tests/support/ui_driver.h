@@ -2,13 +2,10 @@
 // as the pump would, the real Update runs, and Draw goes to a recording renderer.
 #pragma once
 
-#include <SDL.h>
 #include <SDL_ttf.h>
-#include <gtest/gtest.h>
 
 #include <cstring>
 #include <initializer_list>
-#include <string>
 
 #include "app/interface.h"
 #include "console/cvars.h"

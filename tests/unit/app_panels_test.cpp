@@ -1,22 +1,11 @@
-#include <SDL.h>
-
-#include <algorithm>
-
 #include "app/fps_counter.h"
 #include "app/main_menu.h"
 #include "app/options_menu.h"
-#include "console/command_system.h"
 #include "console/console_panel.h"
-#include "console/cvars.h"
-#include "engine/console_output.h"
-#include "engine/engine.h"
-#include "input/input_system.h"
-#include "render/renderer.h"
 #include "render/renderer_backend.h"
 #include "support/ui_driver.h"
 #include "ui/button.h"
 #include "ui/rich_text_box.h"
-#include "ui/root_panel.h"
 #include "ui/text_box.h"
 #include "ui/toggle_button.h"
 
@@ -128,13 +117,9 @@ TEST_F(AppPanels, ConsoleSubmitsToCvarsOrCommandsWalksItsHistoryAndPagesItsLog) 
     Settle();
     con->input->SetText("");
     g_commandQueue.clear();
-    for (const char* line : {"clear", "list_cmd", "window_width", "nosuch thing"}) {
-        Run(line);
-    }
+    for (const char* line : {"clear", "list_cmd", "window_width", "nosuch thing"}) Run(line);
     std::vector<std::string> lines;
-    for (const RichTextLine& line : con->log->lines) {
-        lines.push_back(line.text);
-    }
+    for (const RichTextLine& line : con->log->lines) lines.push_back(line.text);
     EXPECT_EQ(lines, (std::vector<std::string>{">list_cmd", "Commands:", "exit/quit - closes the application",
                                                "show_mainmenu - shows the main application menu",
                                                "open_optionsmenu - opens the options menu", ">window_width",

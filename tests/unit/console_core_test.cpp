@@ -1,12 +1,6 @@
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include "console/command_system.h"
 #include "console/cvar.h"
 #include "console/cvars.h"
 #include "engine/console_output.h"
-#include "engine/engine.h"
-#include "engine/engine_common.h"
 #include "input/input_system.h"
 #include "resources/file_system.h"
 #include "resources/font_system.h"
@@ -74,9 +68,7 @@ TEST_F(CommandTest, FallbackGetsTheWholeLineAndLinesQueuedWhileTheQueueRunsAreDr
     g_commandSystem->SetFallbackHandler(RecordFallback);
     g_commandSystem->Execute("  my_cmd  \"a b\"  c ");
     g_commandQueue.clear();
-    for (const char* line : {"custom one", "exit", "testcmd", "custom two"}) {
-        CommandGlobal(line);
-    }
+    for (const char* line : {"custom one", "exit", "testcmd", "custom two"}) CommandGlobal(line);
     g_commandSystem->ExecuteQueue();
     g_commandSystem->ExecuteQueue();
     EXPECT_EQ(s_fallbackLines, (std::vector<std::string>{"  my_cmd  \"a b\"  c ", "custom one", "custom two"}));
@@ -94,9 +86,7 @@ TEST(Registry, FindsEveryStaticSubsystemByItsExactVersionNameAndNothingElse) {
         {"InputSystemV1", static_cast<IInputSystem*>(g_inputSystem)}, {"TextureMgrV1", g_textureMgr},
         {"CVarV2", nullptr}, {"cvarV1", nullptr}, {"CVARV1", nullptr}, {"CVar", nullptr}, {"CVarV1 ", nullptr},
         {"", nullptr}, {"RendererV1", nullptr}, {nullptr, nullptr}};
-    for (const auto& n : names) {
-        EXPECT_EQ(common->Find(n.first), n.second) << (n.first ? n.first : "(null)");
-    }
+    for (const auto& n : names) EXPECT_EQ(common->Find(n.first), n.second) << (n.first ? n.first : "(null)");
 }
 
 TEST(ConsoleOutput, TextIsKeptAsGivenUpTo4095BytesInLogAndConsoleText) {

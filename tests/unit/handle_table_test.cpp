@@ -40,21 +40,16 @@ protected:
     void Set(const std::string& name, int& handle) {
         table.Set(name, handle, [this](const std::string& n) { return Load(n); });
     }
-    void Collect(int frames) {
-        while (frames-- > 0) {
-            table.Collect();
-        }
-    }
+    void Collect(int frames) { while (frames-- > 0) table.Collect(); }
     Plain& At(int handle) { return table.entries[handle]; }
     HandleTable<Plain, PlainEntries> table;
 };
 
 TEST(AssetNames, NormalisationFoldsSeparatorsAndOneLeadingDot) {
-    const char* const cases[][2] = {{"sub\\\\dir//a.bmp", "sub/dir/a.bmp"}, {".\\x.bmp", "x.bmp"}, {".//x.bmp", "x.bmp"},
-                                    {"../x.bmp", "../x.bmp"}, {"././x.bmp", "./x.bmp"}, {"//", "/"}};
-    for (const auto& c : cases) {
-        EXPECT_EQ(NormalizeAssetName(c[0]), c[1]) << c[0];
-    }
+    const char* const cases[][2] = {
+        {"sub\\\\dir//a.bmp", "sub/dir/a.bmp"}, {".\\x.bmp", "x.bmp"}, {".//x.bmp", "x.bmp"}, {"../x.bmp", "../x.bmp"},
+        {"././x.bmp", "./x.bmp"}, {"//", "/"}};
+    for (const auto& c : cases) EXPECT_EQ(NormalizeAssetName(c[0]), c[1]) << c[0];
 }
 
 TEST_F(HandleTableTest, HoldersCountReferencesAndTheCollectorFreesOneExpiredEntryPerFrame) {

@@ -1,22 +1,14 @@
 // Files made to hurt: a font glyph inflated to thousands of pixels, settings files that cannot be
 // read or are links, FIFOs and directories where files belong, a sparse model asking for everything.
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "console/cvar.h"
-#include "engine/console_output.h"
 #include "render/shader_program.h"
 #include "resources/font_system.h"
-#include "resources/model_mgr.h"
-#include "resources/texture_mgr.h"
 #include "support/offscreen.h"
 #include "ui/panel.h"
 
@@ -105,9 +97,7 @@ TEST(SettingsFile, UnreadableOrLinkedFileKeepsItsSettings) {
     dir.WriteFile("test/scripts/cvars.txt", mine);
     chmod(path.c_str(), 0);
     chmod("test/scripts", 0777);
-    for (const std::string& d : {dir.path(), dir.path() + "/test"}) {
-        chmod(d.c_str(), 0755);
-    }
+    for (const std::string& d : {dir.path(), dir.path() + "/test"}) chmod(d.c_str(), 0755);
     const pid_t child = fork();
     if (child == 0) {
         const bool ok = (getuid() != 0 || setuid(65534) == 0);

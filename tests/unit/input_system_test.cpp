@@ -1,7 +1,6 @@
 #include <SDL.h>
 #include <gtest/gtest.h>
 
-#include "engine/engine.h"
 #include "input/input_system.h"
 #include "support/recording_renderer.h"
 
@@ -45,9 +44,7 @@ TEST_F(InputSystemTest, KeyArraysFollowPressAutoRepeatAndRelease) {
     // Per frame: the key's repeat flag (-1: no event), then its pressed, pressed-no-repeat and held entries.
     const int frames[][4] = {{0, 1, 1, 1}, {1, 1, 0, 1}, {-1, 0, 0, 1}};
     for (const auto& f : frames) {
-        if (f[0] >= 0) {
-            Push(SDL_KEYDOWN, a, f[0]);
-        }
+        if (f[0] >= 0) Push(SDL_KEYDOWN, a, f[0]);
         in_.Update();
         EXPECT_EQ(f[1], in_.keysPressed[a]) << "repeat " << f[0];
         EXPECT_EQ(f[2], in_.keysPressedNoRepeat[a]) << "repeat " << f[0];
@@ -67,9 +64,7 @@ TEST_F(InputSystemTest, MouseWheelMotionWindowAndQuitEvents) {
     ScopedRenderer scoped(&renderer);
     SDL_WarpMouseInWindow(window_, 301, 99);
     g_viewportScale = 2.0f;
-    for (int wheel : {1, -1}) {
-        Push(SDL_MOUSEWHEEL, wheel);
-    }
+    for (int wheel : {1, -1}) Push(SDL_MOUSEWHEEL, wheel);
     Push(SDL_MOUSEMOTION, 3, 4);
     Push(SDL_MOUSEMOTION, -7, 9);
     for (int event : {SDL_WINDOWEVENT_RESIZED, SDL_WINDOWEVENT_MOVED, SDL_WINDOWEVENT_RESIZED}) {

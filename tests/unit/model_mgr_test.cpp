@@ -1,19 +1,7 @@
-#include <SDL.h>
-#include <SDL_opengl.h>
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "console/cvars.h"
-#include "engine/console_output.h"
-#include "render/gl_renderer.h"
-#include "render/renderer_backend.h"
 #include "render/shader_program.h"
-#include "resources/model_mgr.h"
-#include "resources/texture_mgr.h"
 #include "support/offscreen.h"
 
 namespace {
@@ -27,9 +15,7 @@ const std::vector<ModelVertex> kQuad = {{-1, 1, 0, 0, 0, 1, 0, 0}, {1, 1, 0, 0, 
                                         {-1, -1, 0, 0, 0, 1, 0, 1}};
 
 void PutI32(std::string& bytes, size_t at, int32_t value) {
-    for (int i = 0; i < 4; ++i) {
-        bytes[at + i] = static_cast<char>((static_cast<uint32_t>(value) >> (8 * i)) & 0xFF);
-    }
+    for (int i = 0; i < 4; ++i) bytes[at + i] = static_cast<char>((static_cast<uint32_t>(value) >> (8 * i)) & 0xFF);
 }
 
 // Appends the items and points the field's count (or size) and offset at them.
@@ -40,17 +26,10 @@ void Put(std::string& bytes, Field field, const std::vector<T>& items) {
     bytes.append(reinterpret_cast<const char*>(items.data()), items.size() * sizeof(T));
 }
 
-Texture* Skin() {
-    return g_textureMgr->GetTexture(g_textureMgr->FindTexture("plane.bmp"));
-}
+Texture* Skin() { return g_textureMgr->GetTexture(g_textureMgr->FindTexture("plane.bmp")); }
 
 class ModelMgrTest : public OffscreenTest {
 protected:
-    void SetUp() override {
-        OffscreenTest::SetUp();
-        ASSERT_TRUE(g_textureMgr->Init());
-        ASSERT_TRUE(g_modelMgr->Init());
-    }
     void Write(const std::string& name, const std::string& bytes) { dir_.WriteFile("test/models/" + name, bytes); }
     const std::string plane_ = dir_.ReadFile("test/models/plane.vmdl");
 };
@@ -107,9 +86,7 @@ TEST_F(ModelMgrTest, AHeldModelWithNoVerticesReplacedByTheNextLoadLeavesNoTextur
 TEST_F(ModelMgrTest, ATruncatedFileLoadsWithItsArraysZeroFilled) {
     std::string bytes = plane_.substr(0, 146 + 80);
     const int32_t announced[][2] = {{kIndices, 3}, {kIndices + 1, 0}, {kSections, 1}};
-    for (const auto& a : announced) {
-        PutI32(bytes, kFields[a[0]], a[1]);
-    }
+    for (const auto& a : announced) PutI32(bytes, kFields[a[0]], a[1]);
     Write("short.vmdl", bytes);
     const ModelRecord* model = g_modelMgr->GetModel(g_modelMgr->LoadModel("short.vmdl"));
     ASSERT_EQ(model->vertices.size(), 4u);
@@ -133,8 +110,6 @@ protected:
 // The second section is damaged: a texture index past the list, a run past the indices and vertex
 // numbers past the vertices. Only the plane's own triangles may be drawn.
 TEST_P(ModelDrawing, IndicesPastTheVerticesDrawTheGoodTrianglesWithoutReadingOutsideThem) {
-    ASSERT_TRUE(g_textureMgr->Init());
-    ASSERT_TRUE(g_modelMgr->Init());
     cv_filter_textures.SetString("0");
     const std::vector<uint32_t> indices = {0, 3, 2, 0, 2, 1, 99, 1u << 31, 4};
     const std::vector<ModelSection> sections = {{0, 0, 6}, {5, 6, 1000}};
@@ -177,7 +152,6 @@ TEST_P(ModelDrawing, IndicesPastTheVerticesDrawTheGoodTrianglesWithoutReadingOut
 
 INSTANTIATE_ON_BOTH_RENDERERS(ModelDrawing);
 
-
 void Write(const TempWorkDir& dir, const std::string& name, const std::string& bytes = TestDataFile("rgb24.bmp")) {
     dir.WriteFile("test/tex/" + name, bytes);
 }
@@ -185,7 +159,6 @@ void Write(const TempWorkDir& dir, const std::string& name, const std::string& b
 using TextureMgrTest = OffscreenTest;
 
 TEST_F(TextureMgrTest, LoadsOnceByNormalisedNameAndUnreadableFilesWarnWithPathEveryTime) {
-    ASSERT_TRUE(g_textureMgr->Init());
     Write(dir_, "a/b.bmp");
     const int handle = g_textureMgr->LoadTexture("a\\b.bmp");
     ASSERT_GE(handle, 1) << g_consoleText;
@@ -202,9 +175,7 @@ TEST_F(TextureMgrTest, LoadsOnceByNormalisedNameAndUnreadableFilesWarnWithPathEv
         {"nope.bmp", ""}, {"truncated.bmp", rgb.substr(0, rgb.size() - 10)}, {"header_only.bmp", rgb.substr(0, 20)},
         {"renamed.bmp", TestDataFile("png_renamed.bmp")}, {"huge.bmp", huge}, {"wide.bmp", wide}};
     for (const auto& f : files) {
-        if (!f.second.empty()) {
-            Write(dir_, f.first, f.second);
-        }
+        if (!f.second.empty()) Write(dir_, f.first, f.second);
         g_consoleText.clear();
         EXPECT_EQ(g_textureMgr->LoadTexture(f.first), 0) << f.first;
         EXPECT_EQ(g_consoleText, std::string("Warning: Failed to load texture: ./test/tex/") + f.first + "\n");

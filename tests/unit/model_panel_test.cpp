@@ -1,14 +1,7 @@
-#include <SDL.h>
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <memory>
-#include <string>
-#include <vector>
 
 #include "input/input_system.h"
-#include "resources/model_mgr.h"
-#include "resources/texture_mgr.h"
 #include "support/offscreen.h"
 #include "support/recording_renderer.h"
 #include "ui/model_panel.h"
@@ -36,25 +29,18 @@ protected:
         OffscreenTest::SetUp();
         recorder_.reset(new SdlRecorder(g_renderer));
         scoped_.reset(new ScopedRenderer(recorder_.get()));
-        ASSERT_TRUE(g_textureMgr->Init());
-        ASSERT_TRUE(g_modelMgr->Init());
         *g_inputSystem = InputSystem();
         top_ = new Panel("top");
-        top_->width = 400;
-        top_->height = 300;
-        view_ = static_cast<ModelPanel*>(CreateWidget("ModelPanel"));
-        view_->x = 50;
-        view_->y = 20;
-        top_->AddChild(view_);
+        top_->SetProperty("size", "400 300");
+        top_->AddChild(view_ = static_cast<ModelPanel*>(CreateWidget("ModelPanel")));
+        view_->SetProperty("position", "50 20");
         view_->SetProperty("model", "plane.vmdl");
         view_->SetProperty("texture", "plane.bmp");
         Step(0, 0, false);
         Step(0, 0, false);
     }
     void TearDown() override {
-        if (top_) {
-            top_->Destroy();
-        }
+        if (top_) top_->Destroy();
         scoped_.reset();
         OffscreenTest::TearDown();
     }

@@ -1,25 +1,12 @@
-#include <SDL.h>
-#include <SDL_ttf.h>
-#include <gtest/gtest.h>
-
-#include <functional>
 #include <memory>
 
 #include "app/test_panels.h"
-#include "console/command_system.h"
-#include "console/cvars.h"
-#include "engine/console_output.h"
-#include "engine/engine.h"
-#include "input/input_system.h"
 #include "resources/font_system.h"
-#include "support/engine_fixture.h"
 #include "support/ui_driver.h"
 #include "ui/button.h"
 #include "ui/form.h"
 #include "ui/grab_bar.h"
-#include "ui/panel.h"
 #include "ui/rich_text_box.h"
-#include "ui/root_panel.h"
 #include "ui/text_box.h"
 #include "ui/toggle_button.h"
 #include "ui/widget_factory.h"
@@ -52,8 +39,8 @@ TEST_F(PanelTest, HoverGoesToTheFrontmostPanelInsideHalfOpenRectsAndOnlyAPressOv
     Probe* front = P("front", 50, 50, 100, 100);
     Probe* overhang = P("overhang", 350, 250, 100, 100);
     Settle();
-    const struct { int x, y; Probe* hovered; } cases[] = {
-        {60, 60, front}, {149, 149, front}, {150, 60, nullptr}, {60, 150, nullptr}, {20, 20, back}, {420, 260, nullptr}};
+    const struct { int x, y; Probe* hovered; } cases[] = {{60, 60, front}, {149, 149, front}, {150, 60, nullptr},
+                                                          {60, 150, nullptr}, {20, 20, back}, {420, 260, nullptr}};
     for (const auto& c : cases) {
         Step(c.x, c.y, false);
         for (Probe* p : {back, front, overhang}) {
@@ -206,7 +193,6 @@ TEST_F(RootPanelTest, CtrlVPastesTheClipboardAsPlainBytesOnlyWhenTextIsWanted) {
     EXPECT_EQ("a??b", g_inputSystem->textInput);
 }
 
-
 class Loader : public Panel {
 public:
     Loader() : Panel("loader") {}
@@ -280,15 +266,12 @@ TEST_F(PanelScriptTest, MissingOrMalformedNumbersTakeTheirPositionsDefault) {
 // Arbitrary bytes are the panel script fuzz target's; here sizes it never reaches.
 TEST_F(PanelScriptTest, HugeFilesAndLinesLoadSafely) {
     std::string huge = "Panel\n{\n", longLine(10u << 20, 'x');
-    while (huge.size() < 10u << 20) {
-        huge += "size 1 2\n";
-    }
+    while (huge.size() < 10u << 20) huge += "size 1 2\n";
     Load(huge);
     longLine[5u << 20] = '{';
     Load("Panel\n" + longLine + "\nname \"after\"\n}\n");
     EXPECT_TRUE(Has("after"));
 }
-
 
 using Widgets = WidgetTest;
 

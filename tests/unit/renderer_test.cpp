@@ -1,16 +1,8 @@
-#include <gtest/gtest.h>
-
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "console/cvars.h"
-#include "engine/console_output.h"
-#include "render/renderer_backend.h"
 #include "render/shader_program.h"
 #include "resources/font_system.h"
-#include "resources/texture_mgr.h"
-#include "support/engine_fixture.h"
 #include "support/offscreen.h"
 #include "ui/root_panel.h"
 
@@ -22,7 +14,6 @@ class Drawing : public RendererTest {};
 
 // Decoded BMP variants at y 300 and below; "!f_" keeps a texture unfiltered, smooth.bmp is filtered.
 TEST_P(Drawing, ShapesClippingAndTexturesLightTheSamePixelsOnBothRenderers) {
-    ASSERT_TRUE(g_textureMgr->Init());
     const char* files[] = {"!f_rgb24.bmp", "!f_rgba32.bmp", "!f_pal8.bmp", "!f_rle8.bmp", "smooth.bmp"};
     const Rect bmps[] = {{0, 300, 24, 16}, {32, 300, 16, 16}, {0, 332, 20, 8}, {0, 348, 20, 8}, {0, 356, 60, 8}};
     int bmp[5];
@@ -51,9 +42,7 @@ TEST_P(Drawing, ShapesClippingAndTexturesLightTheSamePixelsOnBothRenderers) {
         g_renderer->SetClipRect(nullptr);
         g_renderer->DrawTextureById(&tinted, Color{128, 255, 255, 255}, 0);
         g_renderer->DrawTextureById(&checker, kWhite, 12345);  // unknown ids fall back to the checker
-        for (int i = 0; i < 5; ++i) {
-            g_renderer->DrawTextureById(&bmps[i], kWhite, bmp[i]);
-        }
+        for (int i = 0; i < 5; ++i) g_renderer->DrawTextureById(&bmps[i], kWhite, bmp[i]);
     });
     ExpectProbes(frame, {
         {50, 18, kRed, "thick line"}, {50, 22, kRed, "thick line"}, {50, 25, kBlack, "past the thick line"},
@@ -114,14 +103,10 @@ TEST_F(Viewport, ScaleIsClampedOrFitsTheWindowAndTheRootTakesTheLogicalSize) {
     RootPanel& root = *new RootPanel("root");
     g_rootPanel = &root;
     g_rendererReady = true;
-    const struct {
-        int w, h;
-        const char *requested, *noClamp, *autoScale;
-        float want;
-        int rootW, rootH;
-    } cases[] = {{1280, 720, "1.0", "0", "0", 1.0f, 1280, 720},      {640, 960, "2.0", "0", "0", 1.0f, 640, 960},
-                 {1920, 1080, "0.1", "0", "0", 0.5f, 3840, 2160},    {1920, 1080, "0.1", "0", "1", 2.25f, 853, 480},
-                 {1920, 1080, "0.1", "1", "0", 0.1f, 19200, 10800}, {1920, 1080, "3.0", "0", "0", 2.25f, 853, 480}};
+    const struct { int w, h; const char *requested, *noClamp, *autoScale; float want; int rootW, rootH; } cases[] = {
+        {1280, 720, "1.0", "0", "0", 1.0f, 1280, 720},    {640, 960, "2.0", "0", "0", 1.0f, 640, 960},
+        {1920, 1080, "0.1", "0", "0", 0.5f, 3840, 2160},  {1920, 1080, "0.1", "0", "1", 2.25f, 853, 480},
+        {1920, 1080, "0.1", "1", "0", 0.1f, 19200, 10800}, {1920, 1080, "3.0", "0", "0", 2.25f, 853, 480}};
     for (const auto& c : cases) {
         SDL_SetWindowSize(g_window, c.w, c.h);
         cv_viewport_scale_noclamp.SetString(c.noClamp);
@@ -149,14 +134,11 @@ TEST_F(ModelShader, ReloadRebuildsOnEveryWriteAndReportsBadSources) {
     const std::string noMain = "#version 330 compatibility\nvoid helper() {}\n";  // compiles, cannot link
     const char* const built = "Model shader compiled successfully. Program ID = ";
     const char* const failed = "Error: Failed to build model shader program.\n";
-    const struct {
-        std::string frag;
-        const char *first, *last;
-    } cases[] = {{"not glsl", "Shader compilation failed:\n", failed},
-                 {"", "Error: Model shader source is missing.\n", "Error: Model shader source is missing.\n"},
-                 {frag, built, "\n"},
-                 {frag, built, "\n"},  // the same value again, rebuilt again
-                 {noMain, "Shader program linking failed:\n", failed}};
+    const struct { std::string frag; const char *first, *last; } cases[] = {
+        {"not glsl", "Shader compilation failed:\n", failed},
+        {"", "Error: Model shader source is missing.\n", "Error: Model shader source is missing.\n"},
+        {frag, built, "\n"}, {frag, built, "\n"},  // the same value again, rebuilt again
+        {noMain, "Shader program linking failed:\n", failed}};
     LogCapture log;
     for (const auto& c : cases) {
         dir_.WriteFile("test/shaders/model.frag", c.frag);
@@ -193,13 +175,10 @@ TEST_F(Fonts, CellsFitTheSizeAndMeasuresFollowGlyphWidthsOrCells) {
     EXPECT_EQ(g_fontSystem->CharsThatFit(nullptr, sans, 100), 0);
     EXPECT_EQ(g_fontSystem->CharsThatFit("abc", nullptr, 100), 0);
     const int wa = sans->glyphs['a'].w, wW = sans->glyphs['W'].w, wi = sans->glyphs['i'].w, cell = mono->cellWidth;
-    const struct {
-        FontRecord* font;
-        const char* text;
-        int maxWidth, fits, width;
-    } cases[] = {{sans, "aW\ti\xC3\xA9", wa + wW, 3, wa + wW + wi},  // exactly full still fits
-                 {sans, "aWi", wa + wW - 1, 1, wa + wW + wi}, {sans, "aWi", -5, 0, wa + wW + wi},
-                 {mono, "0123456789", cell * 7 / 2, 3, 10 * cell}, {mono, "0\t1\xC3\xA9", 100 * cell, 5, 3 * cell}};
+    const struct { FontRecord* font; const char* text; int maxWidth, fits, width; } cases[] = {
+        {sans, "aW\ti\xC3\xA9", wa + wW, 3, wa + wW + wi},  // exactly full still fits
+        {sans, "aWi", wa + wW - 1, 1, wa + wW + wi}, {sans, "aWi", -5, 0, wa + wW + wi},
+        {mono, "0123456789", cell * 7 / 2, 3, 10 * cell}, {mono, "0\t1\xC3\xA9", 100 * cell, 5, 3 * cell}};
     for (const auto& c : cases) {
         EXPECT_EQ(g_fontSystem->CharsThatFit(c.text, c.font, c.maxWidth), c.fits) << c.text << " in " << c.maxWidth;
         EXPECT_EQ(g_fontSystem->MeasureText(c.text, c.font).width, c.width) << c.text;
@@ -211,15 +190,10 @@ TEST_F(Fonts, EveryLoadIsNewFindNeedsNameSizeAndBothColoursAndBadFilesGiveNoneSi
     const int red = g_fontSystem->LoadFont("find", kSans, 20, kRed, kClearWhite);
     ASSERT_GE(first, 0);
     EXPECT_NE(g_fontSystem->LoadFont("find", kSans, 20, kBlack, kClearWhite), first);
-    const struct {
-        const char* name;
-        int size;
-        Color color, back;
-        int want;
-    } cases[] = {{"find", 20, kBlack, kClearWhite, first}, {"find", 20, kRed, kClearWhite, red},
-                 {"Find", 20, kBlack, kClearWhite, -1}, {"find", 19, kBlack, kClearWhite, -1},
-                 {"find", 20, {0, 0, 0, 254}, kClearWhite, -1},
-                 {"find", 20, kBlack, {255, 255, 255, 1}, -1}};
+    const struct { const char* name; int size; Color color, back; int want; } cases[] = {
+        {"find", 20, kBlack, kClearWhite, first}, {"find", 20, kRed, kClearWhite, red},
+        {"Find", 20, kBlack, kClearWhite, -1}, {"find", 19, kBlack, kClearWhite, -1},
+        {"find", 20, {0, 0, 0, 254}, kClearWhite, -1}, {"find", 20, kBlack, {255, 255, 255, 1}, -1}};
     for (const auto& c : cases) {
         EXPECT_EQ(g_fontSystem->FindFont(c.name, c.size, c.color, c.back), c.want) << c.name << " " << c.size;
     }

@@ -1,8 +1,5 @@
-#include <SDL.h>
-
 #include <memory>
 
-#include "input/input_system.h"
 #include "resources/font_system.h"
 #include "support/ui_driver.h"
 #include "ui/rich_text_box.h"
@@ -29,11 +26,7 @@ protected:
         return g_fontSystem->MeasureText(text.c_str(), g_fontSystem->GetFont(static_cast<int>(fontId))).width;
     }
     // One frame per key, each with the modifier (0 for none) held.
-    void Keys(std::initializer_list<std::pair<int, int>> keys) {
-        for (const auto& key : keys) {
-            Press({key.first}, {key.second});
-        }
-    }
+    void Keys(std::initializer_list<std::pair<int, int>> keys) { for (auto [key, mod] : keys) Press({key}, {mod}); }
 };
 
 TEST_F(TextBoxes, TextBoxEditsWithKeysSelectionAndClipboard) {
@@ -70,9 +63,7 @@ TEST_F(TextBoxes, TextBoxScrollsToTheCaretAndBackspaceAtTheEdgeScrollsBackFive) 
     EXPECT_EQ(box->visibleText, box->text.substr(box->scrollStart, box->visibleText.size()));
     EXPECT_LE(Width(box->fontId, box->visibleText), box->innerWidth);
     EXPECT_GE(box->scrollStart + static_cast<int>(box->visibleText.size()), length - 1);
-    for (int i = 0; i < length; ++i) {
-        Press({SDL_SCANCODE_LEFT});
-    }
+    for (int i = 0; i < length; ++i) Press({SDL_SCANCODE_LEFT});
     EXPECT_EQ(box->scrollStart, 0) << "the view follows the caret back";
     box->scrollStart = box->cursor = 20;
     Press({SDL_SCANCODE_BACKSPACE});
@@ -111,9 +102,7 @@ TEST_F(TextBoxes, TextBoxMouseSetsTheCaretAndDragsPastTheLeftEdge) {
     Step(x, 30, false);
     Step(x, 30, true);
     EXPECT_EQ(box->cursor, scrolled + 2) << "the nearer character boundary";
-    for (int frame = 0; frame < 3; ++frame) {
-        Step(5, 30, true);
-    }
+    for (int frame = 0; frame < 3; ++frame) Step(5, 30, true);
     EXPECT_EQ(box->cursor, scrolled - 1);
     EXPECT_EQ(box->scrollStart, scrolled - 1) << "one character per frame past the edge";
     Step(5, 30, false);
