@@ -107,7 +107,7 @@ TEST_F(ConsoleTools, GetToggleAndCompletion) {
 
 TEST_F(ConsoleTools, BindsAndHistoryFilesSurviveGarbage) {
     dir_.WriteFile("binds.cfg", "bind F5 \"debug_drawoutline 1\"\nbind NoSuchKey \"x\"\n\x01\x02\xff garbage\n\n"
-                               "bind left_ctrl \"echo \"held\"\"\nbind F6\n");
+                                "bind left_ctrl \"echo \"held\"\"\nbind F6\n");
     LoadKeyBinds("binds.cfg");
     EXPECT_EQ(log_.text(), "binds: ignored 3 lines of binds.cfg that are not binds\n");
     EXPECT_EQ(BoundLine("Left Ctrl"), "echo \"held\"");
